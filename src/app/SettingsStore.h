@@ -1,0 +1,29 @@
+#pragma once
+
+#include <QString>
+#include <memory>
+
+class QSettings;
+
+// The per-user settings store: text values addressed by section and key under the application name
+// "Vondrel". Section and key names are compared without regard to case, as the settings areas the
+// readers' administrators came from always did; QSettings' INI files on Linux are case-sensitive,
+// so names are folded to lower case on the way in.
+class SettingsStore {
+public:
+    // The user's own store (~/.config/Vondrel/Vondrel.ini).
+    SettingsStore();
+    // A store in the given INI file, for tests and tools.
+    explicit SettingsStore(const QString& iniPath);
+    ~SettingsStore();
+
+    // The stored text, or defaultValue unchanged when the section or key does not exist.
+    QString get(const QString& section, const QString& key, const QString& defaultValue) const;
+    // Creates the section and key as needed and overwrites an earlier value.
+    void save(const QString& section, const QString& key, const QString& value);
+
+    static QString keyPath(const QString& section, const QString& key);
+
+private:
+    std::unique_ptr<QSettings> m_settings;
+};

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <QString>
+
+class QHeaderView;
+class QWidget;
+class SettingsStore;
+
+// Window geometry and grid column widths are kept in twips (1/1440 inch), the unit the stored
+// values have always been in, so existing settings keep their meaning on any screen.
+namespace WindowSettings {
+
+int twipsToPixels(double twips, int logicalDpi);
+double pixelsToTwips(int pixels, int logicalDpi);
+
+// The three grids raise too-narrow stored widths differently; the differences are kept on purpose.
+enum class MinWidthRule {
+    EveryColumn,     // "FG1": every column at least 200
+    Columns2To4,     // "FG2": only columns 2, 3 and 4; 0, 1 and 5 take any value, zero included
+    FirstColumnOnly  // "fg3": only column 0
+};
+constexpr int kMinColumnTwips = 200;
+
+// The width a column opens at, given the text read for it.
+int restoredColumnTwips(MinWidthRule rule, int column, const QString& storedText);
+
+// Reads colwidth(first)..colwidth(last) of the section (each with its default) and applies them.
+void restoreColumnWidths(QHeaderView* header, const SettingsStore& store, const QString& section, MinWidthRule rule,
+                         int first, int last, const QString& defaultText);
+void saveColumnWidths(const QHeaderView* header, SettingsStore& store, const QString& section, int first, int last);
+
+// Left, top, height and width of the window's section (defaults 200, 1000, 3500, 9000).
+// withLeft false keeps the left edge the windowing system gives, as the access window does.
+void restoreGeometry(QWidget* window, const SettingsStore& store, const QString& section, bool withLeft = true);
+// Writes nothing unless the window is in its normal state; returns whether it wrote.
+bool saveGeometry(const QWidget* window, SettingsStore& store, const QString& section);
+
+}  // namespace WindowSettings
