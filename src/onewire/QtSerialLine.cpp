@@ -1,0 +1,174 @@
+#include "QtSerialLine.h"
+
+#include <QElapsedTimer>
+
+#include <sys/ioctl.h>
+
+QtSerialLine::QtSerialLine() {
+    m_paths.insert(1, QStringLiteral("/dev/ttyS0"));
+    m_paths.insert(2, QStringLiteral("/dev/ttyS1"));
+}
+
+QtSerialLine::~QtSerialLine() {
+    close();
+}
+
+void QtSerialLine::setDevicePath(int number, const QString& path) {
+    m_paths.insert(number, path);
+}
+
+QString QtSerialLine::devicePath(int number) const {
+    return m_paths.value(number);
+}
+
+bool QtSerialLine::open(QString* error) {
+    close();
+    const QString path = devicePath(m_number);
+    if (path.isEmpty()) {
+        if (error)
+            *error = QStringLiteral("Geen apparaat ingesteld voor Com%1").arg(m_number);
+        return false;
+    }
+    m_port.setPortName(path);
+    if (!m_port.open(QIODevice::ReadWrite)) {
+        if (error)
+            *error = m_port.errorString();
+        return false;
+    }
+    // The rate goes last: a custom rate lives in termios2 and would be overwritten by a later tcsetattr.
+    bool ok = m_port.setDataBits(QSerialPort::Data8) && m_port.setParity(QSerialPort::NoParity) &&
+              m_port.setStopBits(QSerialPort::OneStop) && m_port.setFlowControl(QSerialPort::NoFlowControl) &&
+              m_port.setBaudRate(m_baud);
+    if (!ok) {
+        if (error)
+            *error = m_port.errorString();
+        m_port.close();
+        return false;
+    }
+    // The probe is powered from DTR and RTS. A pseudo-terminal has no modem lines; that is no reason to
+    // refuse the line.
+    m_modemLinesAsserted = m_port.setDataTerminalReady(true);
+    m_modemLinesAsserted = m_port.setRequestToSend(true) && m_modemLinesAsserted;
+    m_port.clearError();
+    m_written = 0;
+    m_consumed = 0;
+    return true;
+}
+
+void QtSerialLine::close() {
+    if (m_port.isOpen())
+        m_port.close();
+    m_port.clearError();
+    m_written = 0;
+    m_consumed = 0;
+}
+
+// Moves pending output to the device and pending input into the port's buffer, without waiting.
+void QtSerialLine::poll() {
+    if (!m_port.isOpen())
+        return;
+    m_port.waitForReadyRead(0);
+    closeIfGone();
+}
+
+// An unplugged USB adapter shows up as a resource error; from then on the line reads as closed.
+void QtSerialLine::closeIfGone() {
+    if (m_port.error() == QSerialPort::ResourceError) {
+        m_port.close();
+        m_port.clearError();
+    } else if (m_port.error() == QSerialPort::TimeoutError) {
+        m_port.clearError();
+    }
+}
+
+int QtSerialLine::inBufferCount() {
+    poll();
+    return m_port.isOpen() ? static_cast<int>(m_port.bytesAvailable()) : 0;
+}
+
+void QtSerialLine::discardInput() {
+    poll();
+    if (!m_port.isOpen())
+        return;
+    // Not QSerialPort::clear(): that flushes the driver's queue too, and those characters would never be
+    // counted as echoes.
+    m_consumed += m_port.readAll().size();
+}
+
+int QtSerialLine::outBufferCount() {
+    poll();
+    if (!m_port.isOpen())
+        return 0;
+    int queued = 0;
+    if (::ioctl(m_port.handle(), TIOCOUTQ, &queued) != 0)
+        queued = 0;
+    return static_cast<int>(m_port.bytesToWrite()) + queued;
+}
+
+int QtSerialLine::readChar() {
+    if (!m_port.isOpen())
+        return -1;
+    if (m_port.bytesAvailable() == 0)
+        poll();
+    char c = 0;
+    if (!m_port.isOpen() || !m_port.getChar(&c))
+        return -1;
+    ++m_consumed;
+    return static_cast<uint8_t>(c);
+}
+
+bool QtSerialLine::write(const QByteArray& run) {
+    if (!m_port.isOpen())
+        return false;
+    if (m_port.write(run) != run.size()) {
+        closeIfGone();
+        return false;
+    }
+    m_written += run.size();
+    m_port.waitForBytesWritten(0);
+    closeIfGone();
+    return m_port.isOpen();
+}
+
+bool QtSerialLine::waitForInput(int count, int timeoutMs) {
+    QElapsedTimer clock;
+    clock.start();
+    poll();
+    while (m_port.isOpen() && m_port.bytesAvailable() < count) {
+        const qint64 left = timeoutMs - clock.elapsed();
+        if (left <= 0)
+            break;
+        m_port.waitForReadyRead(static_cast<int>(left));
+        closeIfGone();
+    }
+    return m_port.isOpen() && m_port.bytesAvailable() >= count;
+}
+
+bool QtSerialLine::waitForEchoes(int timeoutMs) {
+    QElapsedTimer clock;
+    clock.start();
+    poll();
+    while (m_port.isOpen() && received() < m_written) {
+        const qint64 left = timeoutMs - clock.elapsed();
+        if (left <= 0)
+            break;
+        m_port.waitForReadyRead(static_cast<int>(left));
+        closeIfGone();
+    }
+    return m_port.isOpen() && received() >= m_written;
+}
+
+bool QtSerialLine::setBaudRate(int bitsPerSecond) {
+    if (bitsPerSecond <= 0)
+        return false;
+    m_baud = bitsPerSecond;
+    if (!m_port.isOpen())
+        return true;
+    // Linux takes any rate through termios2 (BOTHER), 115200/11 included, on real UARTs, USB adapters
+    // and pseudo-terminals alike.
+    if (!m_port.setBaudRate(bitsPerSecond)) {
+        closeIfGone();
+        return false;
+    }
+    return true;
+}
