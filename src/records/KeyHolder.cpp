@@ -1,0 +1,46 @@
+#include "KeyHolder.h"
+
+KeyHolder::KeyHolder() : FixedRecord(kSize, '\0') {}
+
+KeyHolder KeyHolder::blank() {
+    KeyHolder k;
+    k.m_bytes.fill(' ');
+    k.setToegang(QByteArray(kMapBytes, '\0'));
+    k.setWijziging(QByteArray(kMapBytes, '\0'));
+    return k;
+}
+
+void KeyHolder::setMap(int offset, const QByteArray& map) {
+    QByteArray value = map.left(kMapBytes);
+    value.append(QByteArray(kMapBytes - value.size(), '\0'));
+    m_bytes.replace(offset, kMapBytes, value);
+}
+
+bool BitFind(QByteArray& map, int n, int& mode, QString* error) {
+    if (n < 0 || n >= KeyHolder::kMaxReaders) {
+        if (error) {
+            *error = QStringLiteral("Lezer %1 past niet in de toegangslijst: er is plaats voor lezers 1 tot en met %2.")
+                         .arg(n + 1)
+                         .arg(KeyHolder::kMaxReaders);
+        }
+        return false;
+    }
+    if (map.size() != KeyHolder::kMapBytes) {
+        if (error) {
+            *error = QStringLiteral("Ongeldige toegangslijst (%1 bytes in plaats van %2).")
+                         .arg(map.size())
+                         .arg(KeyHolder::kMapBytes);
+        }
+        return false;
+    }
+    const char mask = static_cast<char>(1 << (n % 8));
+    char& byte = map[n / 8];
+    if (mode == 1) {
+        byte = static_cast<char>(byte | mask);
+    } else if (mode == 2) {
+        byte = static_cast<char>(byte & ~mask);
+    } else {
+        mode = (byte & mask) ? 3 : 0;
+    }
+    return true;
+}
