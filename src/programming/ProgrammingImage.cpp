@@ -1,0 +1,92 @@
+#include "ProgrammingImage.h"
+
+#include "onewire/Crc8.h"
+
+#include <QFile>
+
+namespace {
+
+int hexDigit(char c) {
+    if (c >= '0' && c <= '9') {
+        return c - '0';
+    }
+    if (c >= 'A' && c <= 'F') {
+        return c - 'A' + 10;
+    }
+    if (c >= 'a' && c <= 'f') {
+        return c - 'a' + 10;
+    }
+    return -1;
+}
+
+}  // namespace
+
+namespace ProgrammingImage {
+
+bool parse(const QByteArray& text, QByteArray* memory, QString* error) {
+    if (text.size() < kImageChars) {
+        if (error) {
+            *error = QStringLiteral("Het sleutelbestand is te kort: %1 tekens, er zijn er %2 nodig.")
+                         .arg(text.size())
+                         .arg(kImageChars);
+        }
+        return false;
+    }
+    QByteArray bytes(kMemoryBytes, '\0');
+    for (int i = 0; i < kMemoryBytes; ++i) {
+        const char high = text.at(2 * i);
+        const char low = text.at(2 * i + 1);
+        if (high == ' ' && low == ' ') {
+            continue;
+        }
+        const int h = hexDigit(high);
+        const int l = hexDigit(low);
+        if (h < 0 || l < 0) {
+            if (error) {
+                *error = QStringLiteral("Het sleutelbestand bevat op positie %1 geen hexadecimaal getal: \"%2\".")
+                             .arg(2 * i + 1)
+                             .arg(QString::fromLatin1(text.mid(2 * i, 2)));
+            }
+            return false;
+        }
+        bytes[i] = static_cast<char>(h * 16 + l);
+    }
+    *memory = withCrc(bytes);
+    return true;
+}
+
+bool readFile(const QString& path, QByteArray* memory, QString* error) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        if (error) {
+            *error = QStringLiteral("Het sleutelbestand %1 kan niet worden geopend: %2").arg(path, file.errorString());
+        }
+        return false;
+    }
+    const QByteArray text = file.read(kImageChars);
+    if (file.error() != QFile::NoError) {
+        if (error) {
+            *error = QStringLiteral("Het sleutelbestand %1 kan niet worden gelezen: %2").arg(path, file.errorString());
+        }
+        return false;
+    }
+    return parse(text, memory, error);
+}
+
+QByteArray withCrc(const QByteArray& bytes) {
+    QByteArray result = bytes;
+    if (!result.isEmpty()) {
+        result[result.size() - 1] = static_cast<char>(Crc8::of(result.left(result.size() - 1)));
+    }
+    return result;
+}
+
+QString hexLines(const QByteArray& memory) {
+    QString lines;
+    for (int offset = 0; offset < memory.size(); offset += 32) {
+        lines += QString::fromLatin1(memory.mid(offset, 32).toHex().toUpper()) + QLatin1Char('\n');
+    }
+    return lines;
+}
+
+}  // namespace ProgrammingImage

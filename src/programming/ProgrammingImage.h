@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+// The 512 bytes that go into a programming key, from the image text: 512 pairs of hex digits, a pair
+// of blanks standing for 0, and the last byte replaced by the CRC-8 of the 511 before it.
+namespace ProgrammingImage {
+
+constexpr int kImageChars = 1024;
+constexpr int kMemoryBytes = 512;
+
+// Only the first 1024 characters count; fewer, or a pair that is neither two hex digits nor two
+// blanks, is refused with a Dutch message naming the place.
+bool parse(const QByteArray& text, QByteArray* memory, QString* error);
+bool readFile(const QString& path, QByteArray* memory, QString* error);
+
+// The same bytes with the last one replaced by the CRC-8 of all the others.
+QByteArray withCrc(const QByteArray& bytes);
+
+// The 512 bytes as 16 lines of 64 hex digits, one line per page.
+QString hexLines(const QByteArray& memory);
+
+}  // namespace ProgrammingImage
