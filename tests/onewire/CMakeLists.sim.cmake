@@ -1,0 +1,1 @@
+vondrel_test(tst_simprobe SOURCES tst_simprobe.cpp LIBS vondrel_onewire TIMEOUT 60)
