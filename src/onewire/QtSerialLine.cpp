@@ -71,13 +71,21 @@ void QtSerialLine::poll() {
     closeIfGone();
 }
 
-// An unplugged USB adapter shows up as a resource error; from then on the line reads as closed.
+// An unplugged USB adapter (or a hung-up pseudo-terminal) shows up as a resource, read or write error;
+// from then on the line reads as closed, so nothing keeps waiting on it.
 void QtSerialLine::closeIfGone() {
-    if (m_port.error() == QSerialPort::ResourceError) {
-        m_port.close();
-        m_port.clearError();
-    } else if (m_port.error() == QSerialPort::TimeoutError) {
-        m_port.clearError();
+    switch (m_port.error()) {
+        case QSerialPort::ResourceError:
+        case QSerialPort::ReadError:
+        case QSerialPort::WriteError:
+            m_port.close();
+            m_port.clearError();
+            break;
+        case QSerialPort::TimeoutError:
+            m_port.clearError();
+            break;
+        default:
+            break;
     }
 }
 
