@@ -81,8 +81,12 @@ void TestCrashSafety::everyFailurePoint_data() {
     QTest::newRow("delete middle reader") << deleteCase(Reader::kSize, 3, 2) << 6;
     QTest::newRow("delete last reader") << deleteCase(Reader::kSize, 3, 3) << 6;
     QTest::newRow("delete only key holder") << deleteCase(KeyHolder::kSize, 1, 1) << 6;
+    QTest::newRow("delete first key holder") << deleteCase(KeyHolder::kSize, 3, 1) << 6;
     QTest::newRow("delete middle key holder") << deleteCase(KeyHolder::kSize, 4, 2) << 6;
+    QTest::newRow("delete last key holder") << deleteCase(KeyHolder::kSize, 3, 3) << 6;
+    QTest::newRow("delete first location") << deleteCase(Location::kSize, 5, 1) << 6;
     QTest::newRow("delete location 3 of 5") << deleteCase(Location::kSize, 5, 3) << 6;
+    QTest::newRow("delete last location") << deleteCase(Location::kSize, 5, 5) << 6;
 
     const QDate today(2025, 1, 31);
     QTest::newRow("create autonoom.bst") << Case{ReaderFile::kFileName,
@@ -161,6 +165,7 @@ void TestCrashSafety::everyFailurePoint() {
             QCOMPARE(file, c.after);
             QCOMPARE(scratch, c.scratch ? c.before : kOldScratch);
             QVERIFY(leftOver.isEmpty());
+            QCOMPARE(QDir(dir.path()).entryList(QDir::Files), QStringList({c.fileName, "tmp.bst"}));
             break;
         }
         const QByteArray at = QByteArray::number(failAt);

@@ -60,16 +60,6 @@ QByteArray typedRead(const QString& folder, int length, int n) {
     return n <= all.size() ? all[n - 1].bytes() : Location::blank().bytes();
 }
 
-bool typedRemove(const QString& folder, int length, int n, QString* error) {
-    if (length == Reader::kSize) {
-        return ReaderFile(folder).remove(n, error);
-    }
-    if (length == KeyHolder::kSize) {
-        return KeyHolderFile(folder).remove(n, error);
-    }
-    return LocationFile(folder).remove(n, error);
-}
-
 }  // namespace
 
 class TestRecordFiles : public QObject {
@@ -83,8 +73,6 @@ private Q_SLOTS:
     void unusableFileGivesSystemText();
     void readerRecordSave_data();
     void readerRecordSave();
-    void deleteRecord_data();
-    void deleteRecord();
     void deleteOutOfRangeRefused();
     void recordUpdate_data();
     void recordUpdate();
@@ -337,45 +325,6 @@ void TestRecordFiles::readerRecordSave() {
         }
     }
     QCOMPARE(readFile(path), expected);
-}
-
-void TestRecordFiles::deleteRecord_data() {
-    QTest::addColumn<int>("length");
-    QTest::addColumn<int>("count");
-    QTest::addColumn<int>("victim");
-    for (int length : {Reader::kSize, KeyHolder::kSize}) {
-        const QString type = fileNameOf(length);
-        QTest::addRow("%s first", qPrintable(type)) << length << 3 << 1;
-        QTest::addRow("%s middle", qPrintable(type)) << length << 3 << 2;
-        QTest::addRow("%s last", qPrintable(type)) << length << 3 << 3;
-        QTest::addRow("%s only", qPrintable(type)) << length << 1 << 1;
-    }
-    QTest::newRow("locatie.bst first") << Location::kSize << 5 << 1;
-    QTest::newRow("locatie.bst 3 of 5") << Location::kSize << 5 << 3;
-    QTest::newRow("locatie.bst last") << Location::kSize << 5 << 5;
-}
-
-void TestRecordFiles::deleteRecord() {
-    QFETCH(int, length);
-    QFETCH(int, count);
-    QFETCH(int, victim);
-    QTemporaryDir dir;
-    const QString path = dir.filePath(fileNameOf(length));
-    const QByteArray before = records(length, count) + QByteArray(17, 'T');  // tail: dropped by a delete
-    QVERIFY(writeFile(path, before));
-    QVERIFY(writeFile(dir.filePath("tmp.bst"), "an older scratch file"));
-
-    QString error;
-    QVERIFY2(typedRemove(dir.path(), length, victim, &error), qPrintable(error));
-    QByteArray expected;
-    for (int i = 1; i <= count; ++i) {
-        if (i != victim) {
-            expected += record(length, i);
-        }
-    }
-    QCOMPARE(readFile(path), expected);
-    QCOMPARE(readFile(dir.filePath("tmp.bst")), before);
-    QCOMPARE(QDir(dir.path()).entryList(QDir::Files).size(), 2);
 }
 
 void TestRecordFiles::deleteOutOfRangeRefused() {
