@@ -163,7 +163,14 @@ bool QtSerialLine::waitForEchoes(int timeoutMs) {
         m_port.waitForReadyRead(static_cast<int>(left));
         closeIfGone();
     }
-    return m_port.isOpen() && received() >= m_written;
+    if (!m_port.isOpen())
+        return false;
+    if (received() >= m_written)
+        return true;
+    // Echoes that did not come in time are written off: one lost character must not make every later
+    // wait (one per rate change) run into its time-out.
+    m_written = received();
+    return false;
 }
 
 bool QtSerialLine::setBaudRate(int bitsPerSecond) {

@@ -171,9 +171,15 @@ void TestQtSerialLine::discardedCountAsEchoes() {
     QVERIFY(clock.elapsed() >= 60);
     QVERIFY(!line.waitForInput(1, 20));
 
+    // The late echoes still arrive; the missing ones were written off, so the next wait does not hang.
     probe.setEchoing(true);
-    QVERIFY(line.waitForEchoes(2000));
-    QCOMPARE(line.inBufferCount(), 5);
+    QVERIFY(line.waitForInput(5, 2000));
+    line.discardInput();
+    clock.restart();
+    QVERIFY(line.waitForEchoes(1000));
+    QVERIFY(clock.elapsed() < 500);
+    QVERIFY(line.write(QByteArray(3, 'c')));
+    QVERIFY(line.waitForInput(3, 2000));
 }
 
 void TestQtSerialLine::rateChange() {
