@@ -1,0 +1,54 @@
+#pragma once
+
+#include <QAbstractTableModel>
+#include <QList>
+#include <QStringList>
+
+#include "records/ReaderFile.h"
+
+// The reader grid fg2: one row per record of autonoom.bst and one more for a new reader. The cells
+// hold text, as the grid always did; a row becomes a record only through ReaderRow.
+class ReaderListModel : public QAbstractTableModel {
+    Q_OBJECT
+
+public:
+    enum Column { ColFlag, ColNumber, ColName, ColKeyCount, ColCode, ColLed, ColRelay, ColTime, ColDate };
+    static constexpr int kColumnCount = 9;
+    static constexpr int kFlagPointSize = 20;
+
+    explicit ReaderListModel(QObject* parent = nullptr);
+
+    // fg2_laden: fills the rows from the data folder's autonoom.bst, then the new-reader row. With
+    // keyWritten every changed flag shows blank. On a read error the rows read so far stay, the
+    // new-reader row follows them, and false comes back with the message.
+    bool fg2_laden(const QString& folder, bool keyWritten, QString* error);
+
+    QString cell(int row, int column) const;
+    void setCell(int row, int column, const QString& text);
+    ReaderRow readerRow(int row) const;
+    // The number in column 1, 0 when it is not a number.
+    int readerNumber(int row) const;
+    // Whether row is the extra row after the last reader.
+    bool isNewReaderRow(int row) const { return row == m_rows.size() - 1; }
+    // After the new-reader row became a record: a fresh new-reader row below it.
+    void appendNewReaderRow();
+
+    // Column 1 of one row drawn highlighted while a choice list is open over that row; -1 for none.
+    void setHighlightedRow(int row);
+    int highlightedRow() const { return m_highlightedRow; }
+
+    int rowCount(const QModelIndex& parent = {}) const override;
+    int columnCount(const QModelIndex& parent = {}) const override;
+    QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
+    bool setData(const QModelIndex& index, const QVariant& value, int role = Qt::EditRole) override;
+    QVariant headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
+    Qt::ItemFlags flags(const QModelIndex& index) const override;
+
+    static QStringList rowTexts(int number, const Reader& reader, bool keyWritten);
+
+private:
+    static QStringList newReaderRow(int number);
+
+    QList<QStringList> m_rows;
+    int m_highlightedRow = -1;
+};
