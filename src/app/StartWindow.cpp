@@ -1,0 +1,339 @@
+#include "StartWindow.h"
+
+#include <QCloseEvent>
+#include <QDate>
+#include <QDir>
+#include <QFontDatabase>
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QLabel>
+#include <QListWidget>
+#include <QPushButton>
+#include <QStatusBar>
+#include <QTableView>
+#include <QToolBar>
+#include <QVBoxLayout>
+
+#include "AboutDialog.h"
+#include "PortDialog.h"
+#include "SettingsStore.h"
+#include "WindowSettings.h"
+#include "onewire/DowIo.h"
+#include "onewire/SerialLine.h"
+#include "records/FolderName.h"
+#include "records/KeyHolderFile.h"
+#include "records/ReaderFile.h"
+#include "screens/MessageBox.h"
+#include "screens/PlaceholderWindow.h"
+#include "screens/ReaderGrid.h"
+#include "screens/Session.h"
+
+namespace {
+const QString kSection = QStringLiteral("startfrm");
+const QString kGridSection = QStringLiteral("FG2");
+constexpr int kLastStoredColumn = 5;
+const QString kHelpCaption = QStringLiteral("Help");
+const QString kHelpShownCaption = QStringLiteral("X Help");
+}  // namespace
+
+StartWindow::StartWindow(Session& session, QWidget* parent) : QMainWindow(parent), m_session(session) {
+    setObjectName(QStringLiteral("startfrm"));
+    setWindowTitle(QStringLiteral("Vondrel Lezers"));
+
+    auto* central = new QWidget(this);
+    setCentralWidget(central);
+    // A tool bar rather than a row of its own: it folds what does not fit behind its arrow, so the
+    // window can be as narrow as the stored width says.
+    m_buttonRow = new QToolBar(QStringLiteral("Knoppen"), this);
+    m_buttonRow->setObjectName(QStringLiteral("knoppen"));
+    m_buttonRow->setMovable(false);
+    m_buttonRow->setFloatable(false);
+    m_buttonRow->toggleViewAction()->setVisible(false);
+    addToolBar(Qt::TopToolBarArea, m_buttonRow);
+    QPushButton* locaties = addButton(QStringLiteral("locatiebtn"), QStringLiteral("Locaties"));
+    QPushButton* personen = addButton(QStringLiteral("persoonbtn"), QStringLiteral("Sleutelhouders"));
+    QPushButton* wissen = addButton(QStringLiteral("wiscmd"), QStringLiteral("Verwijderen"));
+    QPushButton* versie = addButton(QStringLiteral("optiebtn"), QStringLiteral("Versie"));
+    auto* spacer = new QWidget(m_buttonRow);
+    spacer->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
+    m_cmdHelp = addButton(QStringLiteral("CmdHelp"), kHelpCaption);
+    QPushButton* einde = addButton(QStringLiteral("cancelbtn"), QStringLiteral("Einde"));
+    for (QPushButton* b : {locaties, personen, wissen, versie})
+        m_buttonRow->addWidget(b);
+    m_buttonRow->addWidget(spacer);
+    m_buttonRow->addWidget(m_cmdHelp);
+    m_buttonRow->addWidget(einde);
+
+    m_grid = new ReaderGrid(m_session, central);
+    auto* layout = new QVBoxLayout(central);
+    layout->addWidget(m_grid, 1);
+
+    m_helplst = new QListWidget(central);
+    m_helplst->setObjectName(QStringLiteral("Helplst"));
+    // The continuation lines line up under the text after "Kolom 1 [Click] = " only in a fixed pitch.
+    m_helplst->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+    m_helplst->hide();
+
+    m_status = new QLabel(this);
+    m_status->setObjectName(QStringLiteral("statuslbl"));
+    m_status->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    statusBar()->addWidget(m_status, 1);
+    // The probe's own buttons sit beside the probe's state.
+    QPushButton* poort = addButton(QStringLiteral("poortbtn"), QStringLiteral("Poort..."));
+    m_simProbeButton = addButton(QStringLiteral("simprobebtn"), QStringLiteral("Probe..."));
+    for (QPushButton* b : {poort, m_simProbeButton}) {
+        b->setParent(statusBar());
+        b->setFlat(true);
+        b->setMinimumWidth(b->fontMetrics().horizontalAdvance(b->text()) + 16);
+        b->setMaximumWidth(b->minimumWidth());
+        statusBar()->addPermanentWidget(b);
+    }
+    m_simProbeButton->hide();
+
+    connect(locaties, &QPushButton::clicked, this,
+            [this] { showPlaceholder(m_locations, QStringLiteral("Locatiefrm"), QStringLiteral("Locaties")); });
+    connect(personen, &QPushButton::clicked, this,
+            [this] { showPlaceholder(m_access, QStringLiteral("sleutelfrm"), QStringLiteral("Sleutelhouders")); });
+    connect(wissen, &QPushButton::clicked, m_grid, &ReaderGrid::wiscmd_Click);
+    connect(poort, &QPushButton::clicked, this, &StartWindow::openPortDialog);
+    connect(versie, &QPushButton::clicked, this, [this] {
+        if (!m_about) {
+            m_about = new AboutDialog(this);
+            m_about->setAttribute(Qt::WA_DeleteOnClose);
+        }
+        m_about->show();
+        m_about->raise();
+    });
+    connect(m_cmdHelp, &QPushButton::clicked, this, &StartWindow::CmdHelp_Click);
+    connect(einde, &QPushButton::clicked, this, &QWidget::close);
+    connect(m_simProbeButton, &QPushButton::clicked, this, [this] {
+        if (m_simulatedProbeWindow) {
+            m_simulatedProbeWindow->show();
+            m_simulatedProbeWindow->raise();
+            m_simulatedProbeWindow->activateWindow();
+        }
+    });
+    connect(m_grid, &ReaderGrid::programKeyRequested, this, [this](int readerNumber) {
+        if (m_programKeyHook)
+            m_programKeyHook(readerNumber);
+    });
+    connect(m_grid, &ReaderGrid::accessRequested, this, &StartWindow::showAccessWindow);
+
+    Form_Load();
+}
+
+StartWindow::~StartWindow() {
+    Form_Unload();
+    delete m_locations;
+    delete m_access;
+}
+
+QPushButton* StartWindow::addButton(const QString& objectName, const QString& caption) {
+    auto* button = new QPushButton(caption, m_buttonRow);
+    button->setObjectName(objectName);
+    button->setAutoDefault(false);
+    return button;
+}
+
+void StartWindow::Form_Load() {
+    SettingsStore& store = m_session.settings();
+    m_session.check1 = store.get(QStringLiteral("opties"), QStringLiteral("check1"), QStringLiteral("0"));
+    WindowSettings::restoreColumnWidths(m_grid->view()->horizontalHeader(), store, kGridSection,
+                                        WindowSettings::MinWidthRule::Columns2To4, 0, kLastStoredColumn,
+                                        QStringLiteral("900"));
+    WindowSettings::restoreGeometry(this, store, kSection);
+    m_session.subdir = store.get(kSection, QStringLiteral("subdir"), m_session.subdir);
+
+    QString error;
+    if (!prepareDataFolder(&error))
+        MessageBox::error(this, error);
+
+    // The port is brought on-line with its errors set aside: a missing probe must not stop the start.
+    m_portError.clear();
+    m_session.dowIo().startUp(store.get(kSection, QStringLiteral("poort"), QString()), &m_portError);
+
+    m_grid->fg2_laden();
+    updateStatusLine();
+}
+
+bool StartWindow::prepareDataFolder(QString* error) {
+    QString folderError;
+    if (!checkFolderName(m_session.subdir.trimmed(), &folderError)) {
+        // A stored folder name that leads outside bestanden is not followed.
+        m_session.subdir.clear();
+    }
+    const QString folder = m_session.dataFolder();
+    if (!QDir().mkpath(folder)) {
+        *error = QStringLiteral("De map %1 kan niet worden gemaakt.").arg(QDir::toNativeSeparators(folder));
+        return false;
+    }
+    bool exists = false;
+    if (!fixFileNameCase(folder, QString::fromLatin1(ReaderFile::kFileName), &exists, error))
+        return false;
+    if (!exists && !ReaderFile(folder).createDefault(QDate::currentDate(), error))
+        return false;
+    if (!fixFileNameCase(folder, QString::fromLatin1(KeyHolderFile::kFileName), &exists, error))
+        return false;
+    if (!exists && !KeyHolderFile(folder).create(error))
+        return false;
+    if (!folderError.isEmpty()) {
+        *error = folderError;
+        return false;
+    }
+    return true;
+}
+
+void StartWindow::Form_Activate() {
+    if (m_session.keyWritten) {
+        m_session.keyWritten = false;
+        m_grid->clearCurrentFlag();
+    }
+    // Not under an open editor: switching to another program and back must not lose what is typed.
+    if (!m_session.subdir.trimmed().isEmpty() && !m_grid->editorOpen())
+        m_grid->fg2_laden();
+}
+
+void StartWindow::changeEvent(QEvent* event) {
+    QMainWindow::changeEvent(event);
+    if (event->type() == QEvent::ActivationChange && isActiveWindow() && !m_unloaded)
+        Form_Activate();
+}
+
+void StartWindow::resizeEvent(QResizeEvent* event) {
+    QMainWindow::resizeEvent(event);
+    placeHelpList();
+}
+
+void StartWindow::closeEvent(QCloseEvent* event) {
+    Form_Unload();
+    event->accept();
+}
+
+void StartWindow::Form_Unload() {
+    if (m_unloaded)
+        return;
+    m_unloaded = true;
+    m_grid->Fg2_LeaveCell();
+    SettingsStore& store = m_session.settings();
+    if (WindowSettings::saveGeometry(this, store, kSection)) {
+        WindowSettings::saveColumnWidths(m_grid->view()->horizontalHeader(), store, kGridSection, 0, kLastStoredColumn);
+        store.save(kSection, QStringLiteral("subdir"), m_session.subdir);
+        store.save(kSection, QStringLiteral("poort"), QString::number(m_session.line().portNumber()));
+    }
+    m_session.dowIo().shutdown();
+    for (QWidget* window :
+         std::initializer_list<QWidget*>{m_portDialog, m_about, m_locations, m_access, m_simulatedProbeWindow}) {
+        if (window)
+            window->close();
+    }
+    Q_EMIT unloaded();
+}
+
+QStringList StartWindow::helpLines() {
+    const QString indent(18, QLatin1Char(' '));
+    return {
+        QStringLiteral(" In dit scherm kunt U een lezer toevoegen of verwijderen-"),
+        QString(58, QLatin1Char('_')),
+        QStringLiteral(" "),
+        QStringLiteral("Kolom 1 [Click] = Programmeersleutel voor deze lezer laden"),
+        indent + QStringLiteral("Rood kruis wil zeggen dat de gegevens gewijzigd zijn en de lezer dus opnieuw "
+                                "geprogrammeerd"),
+        indent + QStringLiteral("moet worden om met de programmagegevens overeen te stemmen"),
+        QStringLiteral("Kolom 2 [Click] = Programma gaat naar Sleutel scherm en geeft de naam van deze lezer boven "
+                       "zijn kolom"),
+        QStringLiteral("Kolom 3 [dbl Click] = wijzigen/ invoeren naam of lokatie van de lezer"),
+        QStringLiteral("Kolom 4 geeft na het aanmaken van een Programmeersleutel, het aantal sleutels voor deze lezer"),
+        QStringLiteral("Kolom 5 [dbl Click] = wijzigen/ invoeren Unieke HexCode van de Lezer (6 hexcijfers)"),
+        QStringLiteral("Kolom 6 [Click] = Led werking (normaal= intern)"),
+        QStringLiteral("Kolom 7 [Click] = bij 'Tijd' valt het relais na de ingestelde tijd [kolom 8] weer af"),
+        indent + QStringLiteral("bij 'Puls' : eerste keer aanbieden sleutel = aan, tweede keer = uit"),
+        QStringLiteral("Kolom 8 [Click] = wijzigen/ invoeren Relais tijd"),
+        QStringLiteral("Kolom 9 =Datum "),
+    };
+}
+
+void StartWindow::CmdHelp_Click() {
+    // The caption alone tells whether the help is shown.
+    if (m_cmdHelp->text() != kHelpShownCaption) {
+        m_helplst->addItems(helpLines());
+        placeHelpList();
+        m_helplst->show();
+        m_helplst->raise();
+        m_cmdHelp->setText(kHelpShownCaption);
+    } else {
+        m_helplst->clear();
+        m_helplst->hide();
+        m_cmdHelp->setText(kHelpCaption);
+    }
+}
+
+void StartWindow::placeHelpList() {
+    if (m_helplst && m_grid)
+        m_helplst->setGeometry(m_grid->geometry());
+}
+
+PortDialog* StartWindow::openPortDialog() {
+    if (!m_portDialog) {
+        m_portDialog = new PortDialog(m_session.dowIo(), this);
+        m_portDialog->setAttribute(Qt::WA_DeleteOnClose);
+        m_portDialog->setModal(true);
+        connect(m_portDialog, &PortDialog::portApplied, this, [this] {
+            m_portError.clear();
+            updateStatusLine();
+        });
+        updateStatusLine();
+    }
+    m_portDialog->show();
+    m_portDialog->raise();
+    m_portDialog->activateWindow();
+    return m_portDialog;
+}
+
+void StartWindow::setSimulatedProbeWindow(QWidget* window) {
+    m_simulatedProbeWindow = window;
+    m_simProbeButton->setVisible(window != nullptr);
+    updateStatusLine();
+}
+
+void StartWindow::updateStatusLine() {
+    const QString folder = QDir::toNativeSeparators(m_session.programFolder());
+    QString probe;
+    if (m_session.simulated) {
+        probe = QStringLiteral("Gesimuleerde probe: er is geen echte poort in gebruik");
+    } else {
+        const int number = m_session.line().portNumber();
+        const QString path = m_session.devicePaths.value(number);
+        const QString port =
+            path.isEmpty() ? QStringLiteral("Com%1").arg(number) : QStringLiteral("Com%1 (%2)").arg(number).arg(path);
+        probe = m_session.line().isOpen() ? QStringLiteral("Probe op %1: poort open").arg(port)
+                                          : QStringLiteral("Probe op %1: niet verbonden").arg(port);
+    }
+    m_status->setText(probe + QStringLiteral("   |   Programmamap: ") + folder);
+    m_status->setToolTip(m_portError);
+}
+
+void StartWindow::showAccessWindow(int readerNumber, const QString& readerName) {
+    Q_UNUSED(readerNumber);
+    showPlaceholder(m_access, QStringLiteral("sleutelfrm"), QStringLiteral("Sleutelhouders"));
+    m_access->setHeading(readerName);
+    hide();
+}
+
+void StartWindow::showPlaceholder(QPointer<PlaceholderWindow>& window, const QString& objectName,
+                                  const QString& caption) {
+    if (!window) {
+        // A window of its own, not a child: it stays up while the main window is hidden.
+        window = new PlaceholderWindow(objectName, caption);
+        window->setAttribute(Qt::WA_DeleteOnClose);
+        connect(window, &PlaceholderWindow::closed, this, [this] {
+            if (!m_unloaded && isHidden()) {
+                show();
+                activateWindow();
+            }
+        });
+    }
+    window->setHeading(QString());
+    window->show();
+    window->raise();
+    window->activateWindow();
+}
