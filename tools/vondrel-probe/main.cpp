@@ -256,29 +256,31 @@ int writeImage(Probe& probe, const Options& o) {
         return refused;
     }
     KeyWriter writer(probe.dow());
-    const KeyWriter::Result result = writer.write(memory, [](const KeyWriter::PageReport& report) {
+    QString lastError;
+    const KeyWriter::Result result = writer.write(memory, [&lastError](const KeyWriter::PageReport& report) {
+        const QString page = QStringLiteral("Pagina %1 van %2").arg(report.page).arg(DowIo::kPageCount);
         if (report.ok) {
-            out(QStringLiteral("Pagina %1 van %2 geschreven").arg(report.page).arg(DowIo::kPageCount));
+            out(page + QStringLiteral(" geschreven"));
         } else {
-            err(QStringLiteral("Pagina %1 van %2 niet geschreven: %3")
-                    .arg(report.page)
-                    .arg(DowIo::kPageCount)
-                    .arg(report.error));
+            // The same cause once, not sixteen times.
+            err(page + QStringLiteral(" niet geschreven") +
+                (report.error == lastError ? QString() : QStringLiteral(": ") + report.error));
+            lastError = report.error;
         }
     });
-    if (!result.readBack) {
+    const bool probeGone = !probe.line().isOpen();
+    if (!result.readBack && result.readError != lastError) {
         err(result.readError);
     }
     for (int page : result.differingPages) {
+        const int offset = (page - 1) * DowIo::kPageSize;
         err(QStringLiteral("Pagina %1 wijkt af: geschreven %2, teruggelezen %3")
                 .arg(page)
-                .arg(QString::fromLatin1(memory.mid((page - 1) * DowIo::kPageSize, DowIo::kPageSize).toHex().toUpper()))
-                .arg(QString::fromLatin1(
-                    result.memory.mid((page - 1) * DowIo::kPageSize, DowIo::kPageSize).toHex().toUpper())));
+                .arg(QString::fromLatin1(memory.mid(offset, DowIo::kPageSize).toHex().toUpper()))
+                .arg(QString::fromLatin1(result.memory.mid(offset, DowIo::kPageSize).toHex().toUpper())));
     }
     out(result.checkText());
-    if (!probe.line().isOpen()) {
-        err(DowIo::probeGoneMessage());
+    if (probeGone) {
         return kExitPort;
     }
     return result.ok() ? kExitOk : kExitWriteFailed;
