@@ -103,6 +103,8 @@ bool ReaderGrid::fg2_laden() {
     const bool ok = m_model->fg2_laden(dataFolder(), m_session.keyWritten, &error);
 
     const int lastRow = m_model->rowCount() - 1;
+    // Scroll ranges follow the new rows only after a layout, which the view would otherwise delay.
+    m_view->doItemsLayout();
     if (topRow >= 0)
         m_view->scrollTo(m_model->index(qMin(topRow, lastRow), 0), QAbstractItemView::PositionAtTop);
     if (current.isValid())
@@ -295,7 +297,7 @@ bool ReaderGrid::record_save(int row) {
     if (m_model->cell(row, ReaderListModel::ColKeyCount).isEmpty())
         m_model->setCell(row, ReaderListModel::ColKeyCount, QStringLiteral("0"));
     QString error;
-    if (!ReaderFile(dataFolder()).record_save(m_model->readerRow(row), m_today(), &error)) {
+    if (!ReaderFile(dataFolder(), m_session.fileOps).record_save(m_model->readerRow(row), m_today(), &error)) {
         reportAndReload(error);
         return false;
     }
@@ -322,7 +324,7 @@ void ReaderGrid::wiscmd_Click() {
     // The extra row holds no record: there is nothing to take out of the file.
     if (!m_model->isNewReaderRow(row)) {
         QString error;
-        if (!ReaderFile(dataFolder()).remove(row + 1, &error)) {
+        if (!ReaderFile(dataFolder(), m_session.fileOps).remove(row + 1, &error)) {
             reportAndReload(error);
             return;
         }
@@ -334,7 +336,7 @@ void ReaderGrid::clearCurrentFlag() {
     const int row = currentRow();
     m_model->setCell(row, ReaderListModel::ColFlag, QString());
     const int n = m_model->readerNumber(row);
-    const ReaderFile file(dataFolder());
+    const ReaderFile file(dataFolder(), m_session.fileOps);
     QString error;
     const int count = file.count(&error);
     if (count < 0) {

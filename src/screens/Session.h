@@ -4,6 +4,7 @@
 #include <QString>
 
 class DowIo;
+class FileOps;
 class PortIo;
 class SerialLine;
 class SettingsStore;
@@ -38,6 +39,8 @@ public:
     bool simulated = false;
     // Device paths of Com1 and Com2, for the status line.
     QHash<int, QString> devicePaths;
+    // How the record files are written; null for the real thing (tests hand in one that fails).
+    FileOps* fileOps = nullptr;
 
 private:
     SettingsStore& m_settings;

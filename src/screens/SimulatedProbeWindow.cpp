@@ -12,6 +12,9 @@
 #include "onewire/SimulatedProbe.h"
 
 namespace {
+// Button ids are the key indexes; -1 means "pick one" to a button group.
+constexpr int kNoKeyButton = 1000;
+
 using Kind = VirtualIButton::Kind;
 
 struct Preset {
@@ -43,7 +46,7 @@ SimulatedProbeWindow::SimulatedProbeWindow(SimulatedProbe& probe, QWidget* paren
     auto* none = new QRadioButton(QStringLiteral("Geen sleutel"), this);
     none->setObjectName(QStringLiteral("geensleutel"));
     none->setChecked(true);
-    m_group->addButton(none, kNoKey);
+    m_group->addButton(none, kNoKeyButton);
     layout->addWidget(none, 1, 0, 1, 3);
 
     int row = 2;
@@ -86,7 +89,8 @@ SimulatedProbeWindow::SimulatedProbeWindow(SimulatedProbe& probe, QWidget* paren
     m_status->setObjectName(QStringLiteral("status"));
     layout->addWidget(m_status, row, 0, 1, 3);
 
-    connect(m_group, &QButtonGroup::idClicked, this, &SimulatedProbeWindow::onChoice);
+    connect(m_group, &QButtonGroup::idClicked, this,
+            [this](int id) { onChoice(id == kNoKeyButton ? int(kNoKey) : id); });
     // A new ROM typed for the key on the probe: the old key leaves, the new one touches.
     connect(m_customRom, &QLineEdit::returnPressed, this, [this] { onChoice(customIndex()); });
     updateStatus();
@@ -138,7 +142,7 @@ void SimulatedProbeWindow::onChoice(int id) {
         MessageBox::error(this, error);
     }
     const QSignalBlocker blocker(m_group);
-    if (QAbstractButton* button = m_group->button(m_touched))
+    if (QAbstractButton* button = m_group->button(m_touched == kNoKey ? kNoKeyButton : m_touched))
         button->setChecked(true);
 }
 

@@ -1,0 +1,101 @@
+#pragma once
+
+#include <QDir>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QTableView>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include "ReaderGrid.h"
+#include "Session.h"
+#include "app/SettingsStore.h"
+#include "onewire/DowIo.h"
+#include "onewire/SimulatedProbe.h"
+#include "onewire/UartBridgePortIo.h"
+#include "records/ReaderFile.h"
+
+// A session over a temporary program folder and the simulated probe: no real port is ever touched.
+struct GridFixture {
+    QTemporaryDir dir;
+    SettingsStore settings{dir.filePath(QStringLiteral("vondrel.ini"))};
+    SimulatedProbe probe;
+    UartBridgePortIo ports{probe};
+    DowIo dowIo{probe, ports};
+    Session session{settings, probe, ports, dowIo, dir.path()};
+
+    GridFixture() { QDir().mkpath(session.dataFolder()); }
+
+    QString folder() const { return session.dataFolder(); }
+    QString readerPath() const { return QDir(folder()).filePath(QStringLiteral("autonoom.bst")); }
+
+    static Reader reader(const QString& name, const QString& code, quint8 mode = 18, const QString& flag = {}) {
+        Reader r;
+        r.setLezerNaam(name);
+        r.setLezerkode(code);
+        r.setMode(mode);
+        r.setChangedFlag(flag);
+        r.setDatum(QStringLiteral("01-02-24"));
+        return r;
+    }
+
+    void writeReaders(const QList<Reader>& readers) {
+        QFile::remove(readerPath());
+        const ReaderFile file(folder());
+        for (int i = 0; i < readers.size(); ++i) {
+            QString error;
+            QVERIFY2(file.write(i + 1, readers.at(i), &error), qPrintable(error));
+        }
+    }
+
+    Reader readBack(int n) const {
+        Reader r;
+        QString error;
+        ReaderFile(folder()).read(n, &r, &error);
+        return r;
+    }
+
+    int countOnDisk() const {
+        QString error;
+        return ReaderFile(folder()).count(&error);
+    }
+};
+
+namespace GridDriver {
+
+inline QPoint cellCenter(QTableView* view, int row, int column) {
+    const QModelIndex index = view->model()->index(row, column);
+    view->scrollTo(index);
+    return view->visualRect(index).center();
+}
+
+inline void click(QTableView* view, int row, int column) {
+    QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, cellCenter(view, row, column));
+}
+
+inline void doubleClick(QTableView* view, int row, int column) {
+    const QPoint at = cellCenter(view, row, column);
+    QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, at);
+    QTest::mouseDClick(view->viewport(), Qt::LeftButton, {}, at);
+}
+
+// Types text key by key; "\b" is the Backspace key.
+inline void type(QWidget* editor, const QString& text) {
+    for (const QChar c : text) {
+        if (c == QLatin1Char('\b'))
+            QTest::keyClick(editor, Qt::Key_Backspace);
+        else
+            QTest::keyClicks(editor, QString(c));
+    }
+}
+
+inline bool pick(QListWidget* list, const QString& choice) {
+    const QList<QListWidgetItem*> items = list->findItems(choice, Qt::MatchExactly);
+    if (items.isEmpty())
+        return false;
+    list->scrollToItem(items.constFirst());
+    QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, list->visualItemRect(items.constFirst()).center());
+    return true;
+}
+
+}  // namespace GridDriver

@@ -1,0 +1,371 @@
+#include <QAbstractItemModelTester>
+#include <cerrno>
+#include <cstring>
+
+#include "GridFixture.h"
+#include "ReaderListModel.h"
+#include "records/FileOps.h"
+#include "screens/MessageBox.h"
+
+using namespace GridDriver;
+using Col = ReaderListModel::Column;
+
+namespace {
+
+// What a read-only file does to a writer: every write is refused with the system's text.
+class ReadOnlyOps : public FileOps {
+public:
+    bool write(QFile&, const QByteArray&, QString* error) override {
+        *error = QString::fromLocal8Bit(std::strerror(EACCES));
+        return false;
+    }
+};
+
+}  // namespace
+
+class TestReaderGrid : public QObject {
+    Q_OBJECT
+
+private:
+    std::unique_ptr<GridFixture> m_fx;
+    std::unique_ptr<ReaderGrid> m_grid;
+
+    void open(const QList<Reader>& readers) {
+        m_fx->writeReaders(readers);
+        m_grid = std::make_unique<ReaderGrid>(m_fx->session);
+        m_grid->resize(1000, 500);
+        for (int c = 0; c < ReaderListModel::kColumnCount; ++c)
+            m_grid->view()->setColumnWidth(c, 100);
+        m_grid->show();
+        QVERIFY(QTest::qWaitForWindowExposed(m_grid.get()));
+        QVERIFY(m_grid->fg2_laden());
+    }
+    ReaderListModel* model() const { return m_grid->model(); }
+    QTableView* view() const { return m_grid->view(); }
+    QLineEdit* txtedit() const { return m_grid->findChild<QLineEdit*>(QStringLiteral("txtedit")); }
+    QListWidget* list1() const { return m_grid->findChild<QListWidget*>(QStringLiteral("List1")); }
+
+private Q_SLOTS:
+    void init() {
+        MessageBox::setTestMode(true);
+        m_fx = std::make_unique<GridFixture>();
+    }
+    void cleanup() {
+        m_grid.reset();
+        m_fx.reset();
+        QCOMPARE(MessageBox::takeShown().size(), 0);
+    }
+
+    void modelPassesTheTester() {
+        open({GridFixture::reader("Noord", "0A0B0C"), GridFixture::reader("Zuid", "112233", 10, "X")});
+        QAbstractItemModelTester tester(model(), QAbstractItemModelTester::FailureReportingMode::QtTest);
+        click(view(), 0, Col::ColLed);
+        QVERIFY(pick(list1(), "Extern"));
+        doubleClick(view(), 2, Col::ColName);
+        type(txtedit(), "Oost");
+        QTest::keyClick(txtedit(), Qt::Key_Return);
+        QCOMPARE(model()->rowCount(), 4);
+        QVERIFY(m_grid->fg2_laden());
+    }
+
+    void fillShowsEachRecord_data() {
+        QTest::addColumn<int>("mode");
+        QTest::addColumn<QString>("flag");
+        QTest::addColumn<bool>("keyWritten");
+        QTest::addColumn<QString>("led");
+        QTest::addColumn<QString>("relay");
+        QTest::addColumn<QString>("shownFlag");
+        QTest::newRow("new file's mode 0") << 0 << "X" << false << "Intern"
+                                           << "Tijd"
+                                           << "X";
+        QTest::newRow("extern invers") << 10 << " " << false << "Extern Invers"
+                                       << "Tijd"
+                                       << "";
+        QTest::newRow("extern, houd") << 30 << " " << false << "Extern"
+                                      << "Houd"
+                                      << "";
+        QTest::newRow("bit 16 clear without bit 8 is intern") << 2 << " " << false << "Intern"
+                                                              << "Tijd"
+                                                              << "";
+        QTest::newRow("a flag other than X shows blank") << 18 << "x" << false << "Intern"
+                                                         << "Tijd"
+                                                         << "";
+        QTest::newRow("key written hides every X") << 18 << "X" << true << "Intern"
+                                                   << "Tijd"
+                                                   << "";
+    }
+    void fillShowsEachRecord() {
+        QFETCH(int, mode);
+        QFETCH(QString, flag);
+        QFETCH(bool, keyWritten);
+        QFETCH(QString, led);
+        QFETCH(QString, relay);
+        QFETCH(QString, shownFlag);
+        Reader r = GridFixture::reader("Poort 1", "ABC123", quint8(mode), flag);
+        r.setRelayTime(45);
+        r.setAantalsleutels(17);
+        m_fx->session.keyWritten = keyWritten;
+        open({GridFixture::reader("Eerste", "000001"), r});
+        QCOMPARE(model()->rowCount(), 3);
+        const QStringList expected = {shownFlag, "2", "Poort 1", "17", "ABC123", led, relay, "45", "01-02-24"};
+        for (int c = 0; c < ReaderListModel::kColumnCount; ++c)
+            QCOMPARE(model()->cell(1, c), expected.at(c));
+        QCOMPARE(model()->cell(2, Col::ColFlag), QString(" "));
+        QCOMPARE(model()->cell(2, Col::ColNumber), QString("3"));
+        QCOMPARE(model()->data(model()->index(1, Col::ColFlag), Qt::ForegroundRole).value<QColor>(), QColor(Qt::red));
+        QCOMPARE(model()->data(model()->index(1, Col::ColFlag), Qt::FontRole).value<QFont>().pointSize(), 20);
+        QCOMPARE(model()->data(model()->index(1, Col::ColFlag), Qt::TextAlignmentRole).toInt(), int(Qt::AlignCenter));
+        QCOMPARE(model()->headerData(2, Qt::Horizontal).toString(), QString("LezerNaam"));
+        QCOMPARE(model()->headerData(8, Qt::Horizontal).toString(), QString("Datum"));
+    }
+
+    void emptyAndPartialFiles_data() {
+        QTest::addColumn<int>("bytes");
+        QTest::addColumn<int>("rows");
+        QTest::newRow("empty file: only the new-reader row, number 1") << 0 << 1;
+        QTest::newRow("a partial record does not count") << 2 * Reader::kSize + 50 << 3;
+    }
+    void emptyAndPartialFiles() {
+        QFETCH(int, bytes);
+        QFETCH(int, rows);
+        open({});
+        QFile file(m_fx->readerPath());
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(QByteArray(bytes, ' '));
+        file.close();
+        QVERIFY(m_grid->fg2_laden());
+        QCOMPARE(model()->rowCount(), rows);
+        QCOMPARE(model()->cell(rows - 1, Col::ColNumber), QString::number(rows));
+        QCOMPARE(model()->cell(rows - 1, Col::ColName), QString());
+    }
+
+    void editInPlace_data() {
+        QTest::addColumn<int>("column");
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("name") << int(Col::ColName) << "Poort Noord"
+                              << "Poort Noord";
+        QTest::newRow("name takes Backspace") << int(Col::ColName) << "Noordx\b"
+                                              << "Noord";
+        QTest::newRow("name cut to 20") << int(Col::ColName) << "Achteringang parkeergarage"
+                                        << "Achteringang parkeer";
+        QTest::newRow("code: a becomes A") << int(Col::ColCode) << "12ab"
+                                           << "12AB";
+        QTest::newRow("code: G dropped") << int(Col::ColCode) << "1G2g"
+                                         << "12";
+        QTest::newRow("code: Backspace dropped") << int(Col::ColCode) << "12\b3"
+                                                 << "123";
+        QTest::newRow("code: space and punctuation dropped") << int(Col::ColCode) << "f 0-0!d"
+                                                             << "F00D";
+        QTest::newRow("code cut to 6") << int(Col::ColCode) << "1234567"
+                                       << "123456";
+    }
+    void editInPlace() {
+        QFETCH(int, column);
+        QFETCH(QString, typed);
+        QFETCH(QString, expected);
+        Reader second = GridFixture::reader("Oud", "FFFFFF", 30);
+        second.setRelayTime(7);
+        open({GridFixture::reader("Eerste", "000001"), second});
+        const QByteArray before = m_fx->readBack(2).bytes();
+
+        doubleClick(view(), 1, column);
+        QVERIFY(txtedit()->isVisible());
+        QCOMPARE(txtedit()->geometry(), view()->visualRect(model()->index(1, column)));
+        type(txtedit(), typed);
+        QTest::keyClick(txtedit(), Qt::Key_Return);
+
+        QVERIFY(!txtedit()->isVisible());
+        QCOMPARE(model()->cell(1, column), expected);
+        QCOMPARE(model()->cell(1, Col::ColFlag), QString("X"));
+        const Reader saved = m_fx->readBack(2);
+        const QString onDisk = column == Col::ColName ? saved.lezerNaam() : saved.lezerkode();
+        QCOMPARE(onDisk.trimmed(), expected);
+        QVERIFY(saved.isChanged());
+        QCOMPARE(saved.mode(), quint8(30));
+        QCOMPARE(saved.relayTime(), qint16(7));
+        QCOMPARE(saved.datum(), datumText(QDate::currentDate()));
+        // The reserved bytes go back as they were.
+        QCOMPARE(saved.bytes().mid(61), before.mid(61));
+        QCOMPARE(m_fx->readBack(1).lezerNaam().trimmed(), QString("Eerste"));
+    }
+
+    void leavingTheCellCommits() {
+        open({GridFixture::reader("Eerste", "000001"), GridFixture::reader("Tweede", "000002")});
+        doubleClick(view(), 0, Col::ColName);
+        type(txtedit(), "Hal");
+        click(view(), 1, Col::ColDate);
+        QVERIFY(!txtedit()->isVisible());
+        QCOMPARE(m_fx->readBack(1).lezerNaam().trimmed(), QString("Hal"));
+        QCOMPARE(m_fx->readBack(2).lezerNaam().trimmed(), QString("Tweede"));
+        QVERIFY(!m_fx->readBack(2).isChanged());
+    }
+
+    void choicesStoreTheMode_data() {
+        QTest::addColumn<int>("column");
+        QTest::addColumn<QString>("choice");
+        QTest::addColumn<int>("mode");
+        QTest::addColumn<int>("relayTime");
+        QTest::newRow("Extern Invers") << int(Col::ColLed) << "Extern Invers" << 10 << 5;
+        QTest::newRow("Extern") << int(Col::ColLed) << "Extern" << 26 << 5;
+        QTest::newRow("Intern after Extern Invers") << int(Col::ColLed) << "Intern" << 18 << 5;
+        QTest::newRow("Houd") << int(Col::ColRelay) << "Houd" << 14 << 5;
+        QTest::newRow("relay time") << int(Col::ColTime) << "25" << 10 << 25;
+    }
+    void choicesStoreTheMode() {
+        QFETCH(int, column);
+        QFETCH(QString, choice);
+        QFETCH(int, mode);
+        QFETCH(int, relayTime);
+        Reader r = GridFixture::reader("Deur", "00AA00", 10);
+        r.setRelayTime(5);
+        open({r});
+        click(view(), 0, column);
+        QVERIFY(list1()->isVisible());
+        QCOMPARE(model()->data(model()->index(0, Col::ColNumber), Qt::BackgroundRole).value<QColor>(),
+                 QColor(0, 0, 255));
+        QVERIFY(pick(list1(), choice));
+        QVERIFY(!list1()->isVisible());
+        QVERIFY(!model()->data(model()->index(0, Col::ColNumber), Qt::BackgroundRole).isValid());
+        QCOMPARE(model()->cell(0, column), choice);
+        QCOMPARE(model()->cell(0, Col::ColFlag), QString("X"));
+        const Reader saved = m_fx->readBack(1);
+        QCOMPARE(int(saved.mode()), mode);
+        QCOMPARE(int(saved.relayTime()), relayTime);
+        QVERIFY(saved.isChanged());
+        QVERIFY(m_grid->fg2_laden());
+        QCOMPARE(model()->cell(0, column), choice);
+    }
+
+    void noTimeListUnderHoud() {
+        open({GridFixture::reader("Deur", "00AA00", 18)});
+        click(view(), 0, Col::ColTime);
+        QVERIFY(list1()->isVisible());
+        QCOMPARE(list1()->count(), 60);
+        click(view(), 0, Col::ColRelay);
+        QCOMPARE(list1()->count(), 2);
+        QVERIFY(pick(list1(), "Houd"));
+        QCOMPARE(int(m_fx->readBack(1).mode()), 18 + 4);
+        click(view(), 0, Col::ColTime);
+        QVERIFY(!list1()->isVisible());
+        // Nothing was written by the refused click.
+        QCOMPARE(int(m_fx->readBack(1).mode()), 22);
+    }
+
+    void theNewReaderRowAppends() {
+        open({GridFixture::reader("Eerste", "000001")});
+        doubleClick(view(), 1, Col::ColName);
+        type(txtedit(), "Tweede");
+        QTest::keyClick(txtedit(), Qt::Key_Return);
+        QCOMPARE(m_fx->countOnDisk(), 2);
+        const Reader added = m_fx->readBack(2);
+        QCOMPARE(added.lezerNaam().trimmed(), QString("Tweede"));
+        QCOMPARE(int(added.mode()), 18);
+        QCOMPARE(model()->cell(1, Col::ColKeyCount), QString("0"));
+        QCOMPARE(model()->rowCount(), 3);
+        QCOMPARE(model()->cell(2, Col::ColNumber), QString("3"));
+        // A click in column 0 of the extra row asks for no programming key.
+        QSignalSpy programs(m_grid.get(), &ReaderGrid::programKeyRequested);
+        click(view(), 2, Col::ColFlag);
+        click(view(), 1, Col::ColFlag);
+        QCOMPARE(programs.size(), 1);
+        QCOMPARE(programs.at(0).at(0).toInt(), 2);
+    }
+
+    void deleteReader_data() {
+        QTest::addColumn<int>("row");
+        QTest::addColumn<int>("answer");
+        QTest::addColumn<QStringList>("left");
+        QTest::newRow("first") << 0 << int(QMessageBox::Yes) << QStringList{"B", "C"};
+        QTest::newRow("last") << 2 << int(QMessageBox::Yes) << QStringList{"A", "B"};
+        QTest::newRow("answered No") << 1 << int(QMessageBox::No) << QStringList{"A", "B", "C"};
+    }
+    void deleteReader() {
+        QFETCH(int, row);
+        QFETCH(int, answer);
+        QFETCH(QStringList, left);
+        open({GridFixture::reader("A", "00000A"), GridFixture::reader("B", "00000B"),
+              GridFixture::reader("C", "00000C")});
+        click(view(), row, Col::ColName);
+        MessageBox::setNextAnswer(QMessageBox::StandardButton(answer));
+        m_grid->wiscmd_Click();
+        const QList<MessageBox::Shown> shown = MessageBox::takeShown();
+        QCOMPARE(shown.size(), 1);
+        QCOMPARE(shown.at(0).text, QString("Wissen regel %1").arg(row + 1));
+        QCOMPARE(shown.at(0).title, QString("Locatie gegevens weggooien"));
+        QCOMPARE(shown.at(0).icon, QMessageBox::Critical);
+        QCOMPARE(shown.at(0).buttons, QMessageBox::Yes | QMessageBox::No);
+        QCOMPARE(shown.at(0).defaultButton, QMessageBox::No);
+
+        QCOMPARE(m_fx->countOnDisk(), int(left.size()));
+        QCOMPARE(model()->rowCount(), int(left.size()) + 1);
+        for (int i = 0; i < left.size(); ++i) {
+            QCOMPARE(m_fx->readBack(i + 1).lezerNaam().trimmed(), left.at(i));
+            QCOMPARE(model()->cell(i, Col::ColName), left.at(i));
+            QCOMPARE(model()->cell(i, Col::ColNumber), QString::number(i + 1));
+        }
+    }
+
+    void deleteKeepsTheTopRow() {
+        QList<Reader> many;
+        for (int i = 1; i <= 60; ++i)
+            many.append(GridFixture::reader(QString("Lezer %1").arg(i), "000000"));
+        open(many);
+        QCoreApplication::processEvents();
+        view()->scrollTo(model()->index(20, 0), QAbstractItemView::PositionAtTop);
+        const int top = view()->rowAt(0);
+        QVERIFY(top > 0);
+        view()->setCurrentIndex(model()->index(top + 2, Col::ColName));
+        MessageBox::setNextAnswer(QMessageBox::Yes);
+        m_grid->wiscmd_Click();
+        QCOMPARE(MessageBox::takeShown().size(), 1);
+        QCOMPARE(view()->rowAt(0), top);
+        QCOMPARE(model()->cell(top + 2, Col::ColName), QString("Lezer %1").arg(top + 4));
+    }
+
+    void fileErrorDuringEdit_data() {
+        QTest::addColumn<bool>("vanish");
+        QTest::newRow("read-only autonoom.bst") << false;
+        QTest::newRow("data folder removed") << true;
+    }
+    void fileErrorDuringEdit() {
+        QFETCH(bool, vanish);
+        open({GridFixture::reader("Oud", "0000AA")});
+        ReadOnlyOps readOnly;
+        QString systemText;
+        if (vanish) {
+            QVERIFY(QDir(m_fx->folder()).removeRecursively());
+            systemText = QString::fromLocal8Bit(std::strerror(ENOENT));
+        } else {
+            QVERIFY(QFile::setPermissions(m_fx->readerPath(), QFile::ReadOwner | QFile::ReadGroup | QFile::ReadOther));
+            QFile probe(m_fx->readerPath());
+            // The superuser writes through the mode bits; there the refusal is made for it.
+            if (probe.open(QIODevice::ReadWrite))
+                m_fx->session.fileOps = &readOnly;
+            systemText = QString::fromLocal8Bit(std::strerror(EACCES));
+        }
+        doubleClick(view(), 0, Col::ColName);
+        type(txtedit(), "Nieuw");
+        QTest::keyClick(txtedit(), Qt::Key_Return);
+
+        const QList<MessageBox::Shown> shown = MessageBox::takeShown();
+        QCOMPARE(shown.size(), 1);
+        QVERIFY2(shown.at(0).text.contains(systemText), qPrintable(shown.at(0).text));
+        QCOMPARE(shown.at(0).icon, QMessageBox::Warning);
+        // The grid shows the disk again, and the window goes on working.
+        if (vanish) {
+            QCOMPARE(model()->rowCount(), 1);
+            QCOMPARE(model()->cell(0, Col::ColNumber), QString("1"));
+        } else {
+            QCOMPARE(model()->rowCount(), 2);
+            QCOMPARE(model()->cell(0, Col::ColName), QString("Oud"));
+            QCOMPARE(model()->cell(0, Col::ColFlag), QString());
+            QCOMPARE(m_fx->readBack(1).lezerNaam().trimmed(), QString("Oud"));
+        }
+        QVERIFY(!txtedit()->isVisible());
+        m_fx->session.fileOps = nullptr;
+    }
+};
+
+QTEST_MAIN(TestReaderGrid)
+#include "tst_readergrid.moc"
