@@ -177,7 +177,9 @@ void ProbeWindow::runWrite() {
         return;
     }
 
+    // The port dialog would take the line away in the middle of a page.
     m_writing = true;
+    m_command1->setEnabled(false);
     QStringList failures;
     KeyWriter writer(m_dow);
     const KeyWriter::Result result = writer.write(
@@ -195,6 +197,7 @@ void ProbeWindow::runWrite() {
         },
         [] { QCoreApplication::processEvents(); });
     m_writing = false;
+    m_command1->setEnabled(true);
 
     m_progressBar1->hide();
     m_label4->setText(result.checkText());

@@ -214,6 +214,7 @@ void TestProbeWindow::keyRemovedAtPage5() {
     QList<QPair<int, bool>> reports;
     connect(m_window, &ProbeWindow::pageWritten, this, [&](int page, bool ok) {
         reports.append({page, ok});
+        QVERIFY(!child<QPushButton>("Command1")->isEnabled());
         if (page == 4 && reports.size() == 4) {
             // Off the probe for longer than a page stage waits (about ten resets), then back.
             std::unique_ptr<VirtualIButton> key = m_probe->removeKey(button);
