@@ -104,7 +104,7 @@ ProbeWindow::~ProbeWindow() = default;
 
 bool ProbeWindow::programKey(Session& session, int readerNumber, QWidget* parent,
                              const std::function<void()>& portDialog) {
-    const SleutelLadenResult built = Sleutel_Laden(session.dataFolder(), readerNumber);
+    const SleutelLadenResult built = Sleutel_Laden(session.dataFolder(), readerNumber, session.fileOps);
     if (!built.ok) {
         MessageBox::show(parent, QMessageBox::Warning, QStringLiteral("Programmeersleutel"), built.error);
         return false;
