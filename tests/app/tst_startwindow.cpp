@@ -1,0 +1,292 @@
+#include <QHeaderView>
+#include <QLabel>
+#include <QListWidget>
+#include <QPushButton>
+#include <QSettings>
+#include <QTableView>
+
+#include "AboutDialog.h"
+#include "AppFixture.h"
+#include "SettingsStore.h"
+#include "WindowSettings.h"
+#include "records/ReaderFile.h"
+#include "screens/MessageBox.h"
+#include "screens/PlaceholderWindow.h"
+#include "screens/ReaderGrid.h"
+#include "screens/ReaderListModel.h"
+#include "screens/Session.h"
+
+using Col = ReaderListModel::Column;
+using WindowSettings::pixelsToTwips;
+using WindowSettings::twipsToPixels;
+
+namespace {
+
+Reader reader(const QString& name, const QString& flag) {
+    Reader r = Reader::defaultRecord(QDate(2024, 2, 1));
+    r.setLezerNaam(name);
+    r.setChangedFlag(flag);
+    return r;
+}
+
+void writeReaders(const QString& folder, const QList<Reader>& readers) {
+    QDir().mkpath(folder);
+    QFile::remove(QDir(folder).filePath("autonoom.bst"));
+    for (int i = 0; i < readers.size(); ++i) {
+        QString error;
+        QVERIFY2(ReaderFile(folder).write(i + 1, readers.at(i), &error), qPrintable(error));
+    }
+}
+
+void clickCell(QTableView* view, int row, int column) {
+    const QModelIndex index = view->model()->index(row, column);
+    QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, view->visualRect(index).center());
+}
+
+// Another window takes the focus, then the main window gets it back.
+bool reactivate(QWidget* window) {
+    QWidget other;
+    other.show();
+    other.activateWindow();
+    if (!QTest::qWaitForWindowActive(&other))
+        return false;
+    window->activateWindow();
+    return QTest::qWaitForWindowActive(window);
+}
+
+}  // namespace
+
+class TestStartWindow : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { MessageBox::setTestMode(true); }
+
+    void firstStartInAnEmptyFolder() {
+        AppFixture fx;
+        StartWindow& window = fx.start();
+        QCOMPARE(window.windowTitle(), QString("Vondrel Lezers"));
+        QCOMPARE(QFileInfo(QDir(fx.bestanden()).filePath("autonoom.bst")).size(), qint64(Reader::kSize));
+        QCOMPARE(QFileInfo(QDir(fx.bestanden()).filePath("asleutel.bst")).size(), qint64(512));
+        QCOMPARE(QFileInfo(QDir(fx.bestanden()).filePath("autonoom.bst")).fileName(), QString("autonoom.bst"));
+
+        const ReaderListModel* model = window.grid()->model();
+        QCOMPARE(model->rowCount(), 2);
+        QCOMPARE(model->cell(0, Col::ColName), QString("nieuwe lezer"));
+        QCOMPARE(model->cell(0, Col::ColCode), QString("000000"));
+        QCOMPARE(model->cell(0, Col::ColFlag), QString());
+        QCOMPARE(model->cell(0, Col::ColLed), QString("Intern"));
+        QCOMPARE(model->cell(0, Col::ColDate), datumText(QDate::currentDate()));
+        QCOMPARE(model->cell(1, Col::ColNumber), QString("2"));
+
+        // Geometry and column widths from the defaults.
+        const int dpiX = window.logicalDpiX();
+        const int dpiY = window.logicalDpiY();
+        QCOMPARE(window.x(), twipsToPixels(200, dpiX));
+        QCOMPARE(window.y(), twipsToPixels(1000, dpiY));
+        QCOMPARE(window.width(), twipsToPixels(9000, dpiX));
+        QCOMPARE(window.height(), twipsToPixels(3500, dpiY));
+        const QHeaderView* header = window.grid()->view()->horizontalHeader();
+        for (int c = 0; c <= 5; ++c)
+            QCOMPARE(header->sectionSize(c), twipsToPixels(900, dpiX));
+
+        // The port could not be opened; the program runs on and says so.
+        QVERIFY(!fx.app->line().isOpen());
+        const QString status = window.findChild<QLabel*>("statuslbl")->text();
+        QVERIFY2(status.contains("niet verbonden"), qPrintable(status));
+        QVERIFY2(status.contains(QDir::toNativeSeparators(fx.home())), qPrintable(status));
+        QCOMPARE(MessageBox::takeShown().size(), 0);
+
+        window.close();
+        SettingsStore store(fx.ini());
+        QCOMPARE(store.get("startfrm", "width", "?"), QString::number(pixelsToTwips(twipsToPixels(9000, dpiX), dpiX)));
+        QCOMPARE(store.get("startfrm", "height", "?"), QString::number(pixelsToTwips(twipsToPixels(3500, dpiY), dpiY)));
+        QCOMPARE(store.get("FG2", "colwidth(3)", "?"), QString::number(pixelsToTwips(twipsToPixels(900, dpiX), dpiX)));
+        QCOMPARE(store.get("startfrm", "subdir", "?"), QString());
+        QCOMPARE(store.get("startfrm", "poort", "?"), QString("1"));
+    }
+
+    void aMisspelledFileIsRenamedNotReplaced() {
+        AppFixture fx;
+        writeReaders(fx.bestanden(), {reader("Bestaand", " "), reader("Tweede", " ")});
+        QVERIFY(QFile::rename(QDir(fx.bestanden()).filePath("autonoom.bst"),
+                              QDir(fx.bestanden()).filePath("AUTONOOM.BST")));
+        StartWindow& window = fx.start();
+        QVERIFY(QFile::exists(QDir(fx.bestanden()).filePath("autonoom.bst")));
+        QVERIFY(!QFile::exists(QDir(fx.bestanden()).filePath("AUTONOOM.BST")));
+        QCOMPARE(window.grid()->model()->cell(1, Col::ColName), QString("Tweede"));
+    }
+
+    void geometryAndFolderSurviveARestart() {
+        AppFixture fx;
+        {
+            StartWindow& window = fx.start();
+            window.show();
+            QVERIFY(QTest::qWaitForWindowExposed(&window));
+            window.move(37, 81);
+            window.resize(700, 320);
+            window.grid()->view()->horizontalHeader()->resizeSection(2, 150);
+            window.grid()->view()->horizontalHeader()->resizeSection(0, 0);
+            window.session().subdir = "kantoor";
+            window.close();
+            fx.stop();
+        }
+        StartWindow& window = fx.start();
+        QCOMPARE(window.pos(), QPoint(37, 81));
+        QCOMPARE(window.size(), QSize(700, 320));
+        const QHeaderView* header = window.grid()->view()->horizontalHeader();
+        QCOMPARE(header->sectionSize(2), 150);
+        // Column 0 may be closed to nothing; it stays closed.
+        QVERIFY(header->isSectionHidden(0));
+        QCOMPARE(window.session().subdir, QString("kantoor"));
+        const QString kantoor = QDir(fx.bestanden()).filePath("kantoor");
+        QVERIFY(QFile::exists(QDir(kantoor).filePath("autonoom.bst")));
+        QVERIFY(QFile::exists(QDir(kantoor).filePath("asleutel.bst")));
+        QCOMPARE(MessageBox::takeShown().size(), 0);
+    }
+
+    void aFolderNameLeadingOutsideIsRefused() {
+        AppFixture fx;
+        SettingsStore(fx.ini()).save("startfrm", "subdir", "../buiten");
+        StartWindow& window = fx.start();
+        QCOMPARE(MessageBox::takeShown().size(), 1);
+        QVERIFY(window.session().subdir.isEmpty());
+        QVERIFY(!QFile::exists(QDir(fx.home()).filePath("buiten")));
+        QCOMPARE(window.grid()->model()->cell(0, Col::ColName), QString("nieuwe lezer"));
+    }
+
+    void helpButton_data() {
+        QTest::addColumn<int>("presses");
+        QTest::addColumn<bool>("shown");
+        QTest::addColumn<QString>("caption");
+        QTest::newRow("once") << 1 << true << "X Help";
+        QTest::newRow("twice") << 2 << false << "Help";
+        QTest::newRow("three times") << 3 << true << "X Help";
+    }
+    void helpButton() {
+        QFETCH(int, presses);
+        QFETCH(bool, shown);
+        QFETCH(QString, caption);
+        AppFixture fx;
+        StartWindow& window = fx.start();
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        auto* button = window.findChild<QPushButton*>("CmdHelp");
+        auto* list = window.findChild<QListWidget*>("Helplst");
+        QCOMPARE(button->text(), QString("Help"));
+        for (int i = 0; i < presses; ++i)
+            QTest::mouseClick(button, Qt::LeftButton);
+        QCOMPARE(button->text(), caption);
+        QCOMPARE(list->isVisible(), shown);
+        QCOMPARE(list->count(), shown ? 15 : 0);
+        if (!shown)
+            return;
+        const QString indent(18, ' ');
+        QCOMPARE(list->item(0)->text(), QString(" In dit scherm kunt U een lezer toevoegen of verwijderen-"));
+        QCOMPARE(list->item(1)->text(), QString(58, '_'));
+        QCOMPARE(list->item(2)->text(), QString(" "));
+        QCOMPARE(list->item(3)->text(), QString("Kolom 1 [Click] = Programmeersleutel voor deze lezer laden"));
+        QVERIFY(list->item(4)->text().startsWith(indent + "Rood kruis"));
+        QVERIFY(list->item(4)->text().endsWith("opnieuw geprogrammeerd"));
+        QCOMPARE(list->item(12)->text(),
+                 indent + "bij 'Puls' : eerste keer aanbieden sleutel = aan, tweede keer = uit");
+        QCOMPARE(list->item(14)->text(), QString("Kolom 9 =Datum "));
+        // The continuation lines start under the text after "Kolom 1 [Click] = ".
+        QCOMPARE(list->item(3)->text().indexOf("Programmeer"), indent.size());
+    }
+
+    void aboutBox_data() {
+        QTest::addColumn<int>("major");
+        QTest::addColumn<int>("minor");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("2.13: no leading zero, no space") << 2 << 13 << "Release 2.13";
+        QTest::newRow("1.0") << 1 << 0 << "Release 1.0";
+        QTest::newRow("10.5") << 10 << 5 << "Release 10.5";
+    }
+    void aboutBox() {
+        QFETCH(int, major);
+        QFETCH(int, minor);
+        QFETCH(QString, text);
+        QCOMPARE(AboutDialog::releaseText(major, minor), text);
+        AboutDialog box(nullptr, major, minor);
+        QCOMPARE(box.windowTitle(), QString("About"));
+        QCOMPARE(box.findChild<QLabel*>("lblVersion")->text(), text);
+        QCOMPARE(box.findChild<QLabel*>("lblDate")->text(), QString("Date: 1-06-2005"));
+        QCOMPARE(box.findChild<QLabel*>("lblExtra")->text(), QString());
+    }
+
+    void versieOpensTheAboutBox() {
+        AppFixture fx;
+        StartWindow& window = fx.start();
+        window.show();
+        QTest::mouseClick(window.findChild<QPushButton*>("optiebtn"), Qt::LeftButton);
+        auto* box = window.findChild<AboutDialog*>("aboutfrm");
+        QVERIFY(box);
+        QVERIFY(box->isVisible());
+        QCOMPARE(box->findChild<QLabel*>("lblVersion")->text(),
+                 AboutDialog::releaseText(VONDREL_VERSION_MAJOR, VONDREL_VERSION_MINOR));
+    }
+
+    void activationAfterAKeyWasWritten_data() {
+        QTest::addColumn<QString>("subdir");
+        QTest::newRow("records in bestanden: no reload") << "";
+        QTest::newRow("a location's folder: reload") << "kantoor";
+    }
+    void activationAfterAKeyWasWritten() {
+        QFETCH(QString, subdir);
+        AppFixture fx;
+        SettingsStore(fx.ini()).save("startfrm", "subdir", subdir);
+        const QString folder = subdir.isEmpty() ? fx.bestanden() : QDir(fx.bestanden()).filePath(subdir);
+        writeReaders(folder, {reader("Hoofdingang", "X"), reader("Magazijn", "X"), reader("Kantoor", "X")});
+        StartWindow& window = fx.start();
+        int programmed = 0;
+        window.setProgramKeyHook([&](int n) { programmed = n; });
+        window.show();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        QTableView* view = window.grid()->view();
+        clickCell(view, 1, Col::ColFlag);
+        QCOMPARE(programmed, 2);
+
+        // The probe window wrote the key; meanwhile another reader came into the file.
+        window.session().keyWritten = true;
+        QString error;
+        QVERIFY(ReaderFile(folder).write(4, reader("Nieuw", "X"), &error));
+        QVERIFY(reactivate(&window));
+
+        const ReaderListModel* model = window.grid()->model();
+        QVERIFY(!window.session().keyWritten);
+        QCOMPARE(model->cell(1, Col::ColFlag), QString());
+        QCOMPARE(model->cell(0, Col::ColFlag), QString("X"));
+        QCOMPARE(model->cell(2, Col::ColFlag), QString("X"));
+        Reader onDisk;
+        QVERIFY(ReaderFile(folder).read(2, &onDisk, &error));
+        QVERIFY(!onDisk.isChanged());
+        QCOMPARE(onDisk.lezerNaam().trimmed(), QString("Magazijn"));
+        QVERIFY(ReaderFile(folder).read(1, &onDisk, &error));
+        QVERIFY(onDisk.isChanged());
+        QCOMPARE(model->rowCount(), subdir.isEmpty() ? 4 : 5);
+        QCOMPARE(MessageBox::takeShown().size(), 0);
+    }
+
+    void theReaderNumberOpensTheAccessWindow() {
+        AppFixture fx;
+        writeReaders(fx.bestanden(), {reader("Hoofdingang", " "), reader("Magazijn", " ")});
+        StartWindow& window = fx.start();
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        clickCell(window.grid()->view(), 1, Col::ColNumber);
+        QVERIFY(!window.isVisible());
+        PlaceholderWindow* access = nullptr;
+        for (QWidget* w : QApplication::topLevelWidgets()) {
+            if (w->objectName() == "sleutelfrm" && w->isVisible())
+                access = qobject_cast<PlaceholderWindow*>(w);
+        }
+        QVERIFY(access);
+        QCOMPARE(access->heading(), QString("Magazijn"));
+        access->close();
+        QVERIFY(window.isVisible());
+    }
+};
+
+QTEST_MAIN(TestStartWindow)
+#include "tst_startwindow.moc"
