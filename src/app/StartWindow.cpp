@@ -299,7 +299,7 @@ void StartWindow::updateStatusLine() {
     const QString folder = QDir::toNativeSeparators(m_session.programFolder());
     QString probe;
     if (m_session.simulated) {
-        probe = QStringLiteral("Gesimuleerde probe: er is geen echte poort in gebruik");
+        probe = QStringLiteral("Gesimuleerde probe (geen echte poort)");
     } else {
         const int number = m_session.line().portNumber();
         const QString path = m_session.devicePaths.value(number);
