@@ -20,9 +20,8 @@
 #include "WindowSettings.h"
 #include "onewire/DowIo.h"
 #include "onewire/SerialLine.h"
+#include "records/DataFolder.h"
 #include "records/FolderName.h"
-#include "records/KeyHolderFile.h"
-#include "records/ReaderFile.h"
 #include "screens/MessageBox.h"
 #include "screens/PlaceholderWindow.h"
 #include "screens/ReaderGrid.h"
@@ -157,30 +156,19 @@ void StartWindow::Form_Load() {
 }
 
 bool StartWindow::prepareDataFolder(QString* error) {
-    QString folderError;
-    if (!checkFolderName(m_session.subdir.trimmed(), &folderError)) {
-        // A stored folder name that leads outside bestanden is not followed.
+    // The per-user folder does not exist before the first start; the program folder is ours to make.
+    QDir().mkpath(m_session.programFolder());
+    const QDate today = QDate::currentDate();
+    if (DataFolder::prepare(m_session.programFolder(), m_session.subdir, today, error, m_session.fileOps))
+        return true;
+    if (!checkFolderName(m_session.subdir.trimmed(), nullptr)) {
+        // A stored folder name that leads outside bestanden is not followed: the records in bestanden
+        // itself are used, and the refusal is shown.
         m_session.subdir.clear();
+        QString ignored;
+        DataFolder::prepare(m_session.programFolder(), m_session.subdir, today, &ignored, m_session.fileOps);
     }
-    const QString folder = m_session.dataFolder();
-    if (!QDir().mkpath(folder)) {
-        *error = QStringLiteral("De map %1 kan niet worden gemaakt.").arg(QDir::toNativeSeparators(folder));
-        return false;
-    }
-    bool exists = false;
-    if (!fixFileNameCase(folder, QString::fromLatin1(ReaderFile::kFileName), &exists, error))
-        return false;
-    if (!exists && !ReaderFile(folder).createDefault(QDate::currentDate(), error))
-        return false;
-    if (!fixFileNameCase(folder, QString::fromLatin1(KeyHolderFile::kFileName), &exists, error))
-        return false;
-    if (!exists && !KeyHolderFile(folder).create(error))
-        return false;
-    if (!folderError.isEmpty()) {
-        *error = folderError;
-        return false;
-    }
-    return true;
+    return false;
 }
 
 void StartWindow::Form_Activate() {

@@ -24,7 +24,7 @@ public:
     const QString& programFolder() const { return m_programFolder; }
     // programFolder/bestanden
     QString bestandenFolder() const;
-    // bestanden plus the trimmed `subdir`; bestanden itself when subdir is blank.
+    // bestanden plus "/" and the trimmed `subdir`; with a blank subdir that is bestanden itself.
     QString dataFolder() const;
 
     // The chosen location's folder below bestanden, as stored (it is trimmed wherever it is used).
