@@ -6,6 +6,7 @@
 #include "onewire/QtSerialLine.h"
 #include "onewire/SimulatedProbe.h"
 #include "onewire/UartBridgePortIo.h"
+#include "screens/ProbeWindow.h"
 #include "screens/Session.h"
 #include "screens/SimulatedProbeWindow.h"
 
@@ -35,6 +36,9 @@ Application::Application(const CommandLine& commandLine, const QString& settings
     if (m_probe)
         m_probeWindow = std::make_unique<SimulatedProbeWindow>(*m_probe);
     m_window = std::make_unique<StartWindow>(*m_session);
+    m_window->setProgramKeyHook([this](int readerNumber) {
+        ProbeWindow::programKey(*m_session, readerNumber, m_window.get(), [this] { m_window->openPortDialog(); });
+    });
     if (m_probeWindow)
         m_window->setSimulatedProbeWindow(m_probeWindow.get());
 }

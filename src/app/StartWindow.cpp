@@ -113,8 +113,17 @@ StartWindow::StartWindow(Session& session, QWidget* parent) : QMainWindow(parent
         }
     });
     connect(m_grid, &ReaderGrid::programKeyRequested, this, [this](int readerNumber) {
-        if (m_programKeyHook)
-            m_programKeyHook(readerNumber);
+        if (!m_programKeyHook)
+            return;
+        m_programKeyHook(readerNumber);
+        // Building the image rewrote the reader's key count, so the list is reloaded here; the written key's
+        // mark is taken first, or the reload would show every reader unmarked.
+        if (m_session.keyWritten) {
+            m_session.keyWritten = false;
+            m_grid->clearCurrentFlag();
+        }
+        if (!m_grid->editorOpen())
+            m_grid->fg2_laden();
     });
     connect(m_grid, &ReaderGrid::accessRequested, this, &StartWindow::showAccessWindow);
 

@@ -9,7 +9,7 @@
 
 #include "ReaderGrid.h"
 #include "Session.h"
-#include "app/SettingsStore.h"
+#include "SettingsStore.h"
 #include "onewire/DowIo.h"
 #include "onewire/SimulatedProbe.h"
 #include "onewire/UartBridgePortIo.h"

@@ -1,0 +1,90 @@
+// The main road of the program, through the real windows and the simulated probe: a reader marked
+// as changed is clicked, its image is built, a DS1993 on the probe is written, and the mark goes.
+#include <QFile>
+#include <QTableView>
+
+#include "AppFixture.h"
+#include "MessageBox.h"
+#include "ReaderGrid.h"
+#include "ReaderListModel.h"
+#include "onewire/SimulatedProbe.h"
+#include "onewire/VirtualIButton.h"
+#include "programming/ProgrammingImage.h"
+#include "records/KeyHolderFile.h"
+#include "records/ReaderFile.h"
+
+using Col = ReaderListModel::Column;
+
+class TestKeyFlow : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init() { MessageBox::setTestMode(true); }
+
+    void clickingTheMarkWritesTheKeyAndClearsTheMark_data() {
+        QTest::addColumn<QString>("onProbe");
+        QTest::newRow("DS1993") << "ds1993:06112233445566";
+        QTest::newRow("DS1994") << "ds1994:04112233445566";
+    }
+    void clickingTheMarkWritesTheKeyAndClearsTheMark() {
+        QFETCH(QString, onProbe);
+        AppFixture fx;
+        const QString folder = fx.bestanden();
+        QDir().mkpath(folder);
+        QString error;
+        for (const char* name : {"Hoofdingang", "Magazijn"}) {
+            Reader r = Reader::defaultRecord(QDate(2024, 2, 1));
+            r.setLezerNaam(QString::fromLatin1(name));
+            r.setLezerkode(QStringLiteral("1A2B3C"));
+            r.setChangedFlag(QStringLiteral("X"));
+            QVERIFY2(ReaderFile(folder).write(ReaderFile(folder).count(&error) + 1, r, &error), qPrintable(error));
+        }
+        // Three key holders may open reader 2 (bit 1 of the first map byte).
+        KeyHolderFile holders(folder);
+        for (int i = 1; i <= 3; ++i) {
+            KeyHolder& k = holders.current();
+            k = KeyHolder::blank();
+            k.setGeldig(QStringLiteral("1"));
+            k.setSleutelcode(QStringLiteral("%1A2B3C4D5").arg(i));
+            k.setToegang(QByteArray(1, char(0x02)));
+            QVERIFY2(holders.write(i, &error), qPrintable(error));
+        }
+
+        CommandLine commandLine;
+        commandLine.home = fx.home();
+        commandLine.simulate = true;
+        fx.app = std::make_unique<Application>(commandLine, fx.ini());
+        StartWindow& window = fx.app->mainWindow();
+        VirtualIButton* key = fx.app->simulatedProbe()->insertKey(VirtualIButton::fromText(onProbe, &error));
+        QVERIFY2(key, qPrintable(error));
+        window.show();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+
+        // The probe window is modal and closes itself 2 s after the last page.
+        QTableView* view = window.grid()->view();
+        const QModelIndex mark = view->model()->index(1, Col::ColFlag);
+        QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, view->visualRect(mark).center());
+
+        const ReaderListModel* model = window.grid()->model();
+        QCOMPARE(model->cell(1, Col::ColFlag), QString());
+        QCOMPARE(model->cell(0, Col::ColFlag), QString("X"));
+        QCOMPARE(model->cell(1, Col::ColKeyCount), QString("3"));
+        Reader onDisk;
+        QVERIFY(ReaderFile(folder).read(2, &onDisk, &error));
+        QVERIFY(!onDisk.isChanged());
+        QCOMPARE(onDisk.aantalsleutels(), 3);
+        QVERIFY(ReaderFile(folder).read(1, &onDisk, &error));
+        QVERIFY(onDisk.isChanged());
+
+        QByteArray image;
+        QVERIFY2(ProgrammingImage::readFile(QDir(folder).filePath("autonoom.hex"), &image, &error), qPrintable(error));
+        QCOMPARE(key->memory().toHex(), image.toHex());
+        // Code, format word, list B starting at slot 4, mode, relay time, then the three keys' codes.
+        QCOMPARE(image.left(14).toHex().toUpper(), QByteArray("1A2B3C00010400001A2B2A2B3A2B"));
+        QCOMPARE(MessageBox::takeShown().size(), 0);
+        window.close();
+    }
+};
+
+QTEST_MAIN(TestKeyFlow)
+#include "tst_keyflow.moc"
