@@ -54,6 +54,8 @@ ProbeWindow::ProbeWindow(DowIo& dow, const QString& imagePath, bool check1, bool
     m_label4->setObjectName(QStringLiteral("Label4"));
     m_label4->setAutoFillBackground(true);
     m_label4->setAlignment(Qt::AlignCenter);
+    // A refusal says which key to use instead; it must be read whole, not cut at the window edge.
+    m_label4->setWordWrap(true);
     m_label4->setMinimumHeight(24);
     m_imgNotConnected = new QLabel(this);
     m_imgNotConnected->setObjectName(QStringLiteral("imgNotConnected"));
