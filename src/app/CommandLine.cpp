@@ -2,6 +2,7 @@
 
 #include <QCommandLineParser>
 #include <QDir>
+#include <QFileInfo>
 #include <QStandardPaths>
 
 CommandLine CommandLine::parse(const QStringList& arguments) {
@@ -17,7 +18,7 @@ CommandLine CommandLine::parse(const QStringList& arguments) {
                                   QStringLiteral("Programmamap met de map bestanden (standaard de gebruikersmap)."),
                                   QStringLiteral("MAP"));
     const QCommandLineOption simulate(QStringLiteral("simulate"),
-                                      QStringLiteral("Gesimuleerde probe in plaats van een seriele poort."));
+                                      QStringLiteral("Gesimuleerde probe in plaats van een seriële poort."));
     const QCommandLineOption com1(QStringLiteral("com1"), QStringLiteral("Apparaat voor Com1 (standaard /dev/ttyS0)."),
                                   QStringLiteral("PAD"));
     const QCommandLineOption com2(QStringLiteral("com2"), QStringLiteral("Apparaat voor Com2 (standaard /dev/ttyS1)."),
@@ -35,7 +36,10 @@ CommandLine CommandLine::parse(const QStringList& arguments) {
     }
     result.showHelp = parser.isSet(help);
     result.showVersion = parser.isSet(version);
-    result.helpText = parser.helpText();
+    // Parsed before any application object exists (so --help needs no display), when the parser
+    // cannot know the program's name itself.
+    result.helpText = parser.helpText().replace(QStringLiteral("<executable_name>"),
+                                                QFileInfo(arguments.value(0, QStringLiteral("vondrel"))).fileName());
     result.home = parser.value(home);
     result.simulate = parser.isSet(simulate);
     result.com1Path = parser.value(com1);
