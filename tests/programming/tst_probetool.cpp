@@ -2,13 +2,14 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-#include "programming/ProgrammingImage.h"
 #include "records/KeyHolder.h"
 #include "records/Reader.h"
 
 namespace {
 
 const QString kBin = QStringLiteral(VONDREL_BIN_DIR);
+const QString kDs1990a = QStringLiteral("ds1990a:01A1B2C3D4E5F6");
+const QString kDs1993 = QStringLiteral("ds1993:06A1B2C3D4E5F6");
 
 QByteArray imageText() {
     QByteArray text;
@@ -18,60 +19,52 @@ QByteArray imageText() {
     return text;
 }
 
-struct Run {
-    int exitCode = -1;
+bool writeFile(const QString& path, const QByteArray& data) {
+    QFile f(path);
+    return f.open(QIODevice::WriteOnly) && f.write(data) == data.size();
+}
+
+QByteArray contents(const QString& path) {
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("<missing>");
+}
+
+// vondrel-probe run to its end; with wait false only started, and finish() follows.
+struct Tool : QProcess {
+    explicit Tool(const QStringList& args, bool wait = true) {
+        start(kBin + QStringLiteral("/vondrel-probe"), args);
+        if (wait) {
+            finish();
+        }
+    }
+    void finish() {
+        if (!waitForFinished(20000)) {
+            kill();
+            waitForFinished();
+        }
+        code = exitStatus() == NormalExit ? exitCode() : -1;
+        out = QString::fromUtf8(readAllStandardOutput());
+        err = QString::fromUtf8(readAllStandardError());
+    }
+    int code = -1;
     QString out;
     QString err;
 };
 
-// The simulated probe on a pseudo-terminal, for as long as the object lives.
-class Sim {
-public:
-    explicit Sim(const QStringList& keys) {
-        QStringList args;
-        for (const QString& key : keys) {
-            args << QStringLiteral("--key") << key;
-        }
-        m_process.start(kBin + QStringLiteral("/vondrel-sim"), args);
-        if (m_process.waitForStarted(5000) && m_process.waitForReadyRead(5000)) {
-            m_path = QString::fromLocal8Bit(m_process.readLine()).trimmed();
+// vondrel-sim on a pseudo-terminal, for as long as the object lives.
+struct Sim : QProcess {
+    explicit Sim(const QString& key) {
+        start(kBin + QStringLiteral("/vondrel-sim"), key.isEmpty() ? QStringList{} : QStringList{"--key", key});
+        if (waitForReadyRead(5000)) {
+            path = QString::fromLocal8Bit(readLine()).trimmed();
         }
     }
-    ~Sim() {
-        if (m_process.state() != QProcess::NotRunning) {
-            m_process.write("quit\n");
-            if (!m_process.waitForFinished(2000)) {
-                m_process.kill();
-                m_process.waitForFinished(2000);
-            }
-        }
+    ~Sim() override {
+        write("quit\n");
+        waitForFinished(2000);
     }
-    const QString& path() const { return m_path; }
-    void unplug() {
-        m_process.kill();
-        m_process.waitForFinished(2000);
-    }
-
-private:
-    QProcess m_process;
-    QString m_path;
+    QString path;
 };
-
-Run probeTool(const QStringList& args) {
-    QProcess process;
-    process.start(kBin + QStringLiteral("/vondrel-probe"), args);
-    Run run;
-    if (!process.waitForFinished(20000)) {
-        process.kill();
-        process.waitForFinished();
-        run.err = QStringLiteral("<timed out>");
-        return run;
-    }
-    run.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-    run.out = QString::fromUtf8(process.readAllStandardOutput());
-    run.err = QString::fromUtf8(process.readAllStandardError());
-    return run;
-}
 
 }  // namespace
 
@@ -80,189 +73,129 @@ class TestProbeTool : public QObject {
 
 private Q_SLOTS:
     void initTestCase();
-    void readsRom_data();
-    void readsRom();
-    void writesAndReadsBack();
-    void refusesBeforeWriting_data();
-    void refusesBeforeWriting();
-    void reportsUnpluggedProbe();
-    void buildsImages_data();
-    void buildsImages();
+    void runsOnAKey_data();
+    void runsOnAKey();
+    void writesReadsBackAndLosesTheProbe();
+    void buildsImage_data();
+    void buildsImage();
 
 private:
     QTemporaryDir m_dir;
-    QString m_imagePath;
+    QString file(const char* name) const { return m_dir.filePath(QLatin1String(name)); }
 };
 
 void TestProbeTool::initTestCase() {
-    QVERIFY(QFile::exists(kBin + QStringLiteral("/vondrel-sim")));
-    QVERIFY(QFile::exists(kBin + QStringLiteral("/vondrel-probe")));
-    m_imagePath = m_dir.filePath(QStringLiteral("image.hex"));
-    QFile file(m_imagePath);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(imageText());
+    QVERIFY(writeFile(file("image.hex"), imageText()));
+    QVERIFY(writeFile(file("short.hex"), imageText().left(1022)));
 }
 
-void TestProbeTool::readsRom_data() {
-    QTest::addColumn<QStringList>("keys");
+void TestProbeTool::runsOnAKey_data() {
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<QStringList>("args");
     QTest::addColumn<int>("exitCode");
-    QTest::addColumn<QString>("expected");
-    QTest::newRow("DS1990A")
-        << QStringList{"ds1990a:01A1B2C3D4E5F6"} << 0
-        << "Familiecode: 01\nType: DS1990A\nSleutelcode: F6E5D4C3B2A1\nOpgeslagen code: A1B2C3D4E5\n";
-    QTest::newRow("DS1994") << QStringList{"ds1994:04102030405060"} << 0
-                            << "Familiecode: 04\nType: DS1994(klok)\nSleutelcode: 605040302010\nOpgeslagen code: "
-                               "1020304050\n";
-    QTest::newRow("no key") << QStringList{} << 1 << "";
+    QTest::addColumn<QString>("out");
+    QTest::addColumn<QString>("err");
+    auto row = [](const char* name, const QString& key, const QStringList& args, int exitCode, const char* err,
+                  const char* out = "") { QTest::newRow(name) << key << args << exitCode << out << err; };
+    row("read-rom", kDs1990a, {"read-rom"}, 0, "",
+        "Familiecode: 01\nType: DS1990A\nSleutelcode: F6E5D4C3B2A1\nOpgeslagen code: A1B2C3D4E5\n");
+    row("read-rom, no key", "", {"read-rom"}, 1, "Geen sleutel gevonden");
+    row("DS1990A not written", kDs1990a, {"write-image", file("image.hex")}, 4, "geen programmeersleutel");
+    row("DS1990A not read", kDs1990a, {"read-memory"}, 4, "geen programmeersleutel");
+    row("short image", kDs1993, {"write-image", file("short.hex")}, 2, "te kort");
+    // The last --device counts.
+    row("port that cannot be opened", "", {"--device", file("no-port"), "read-rom"}, 3, "kan niet worden geopend");
 }
 
-void TestProbeTool::readsRom() {
-    QFETCH(QStringList, keys);
+void TestProbeTool::runsOnAKey() {
+    QFETCH(QString, key);
+    QFETCH(QStringList, args);
     QFETCH(int, exitCode);
-    QFETCH(QString, expected);
-    Sim sim(keys);
-    QVERIFY(!sim.path().isEmpty());
-    const Run run = probeTool({"--device", sim.path(), "--timeout", "0.8", "read-rom"});
-    QCOMPARE(run.exitCode, exitCode);
-    QCOMPARE(run.out, expected);
-    if (exitCode != 0) {
-        QVERIFY2(run.err.contains(QStringLiteral("Geen sleutel gevonden")), qPrintable(run.err));
-    }
+    QFETCH(QString, out);
+    QFETCH(QString, err);
+    Sim sim(key);
+    QVERIFY(!sim.path.isEmpty());
+    Tool result(QStringList{"--device", sim.path, "--timeout", "0.5"} + args);
+    QCOMPARE(result.code, exitCode);
+    QCOMPARE(result.out, out);
+    QVERIFY2(result.err.contains(err), qPrintable(result.err));
 }
 
-void TestProbeTool::writesAndReadsBack() {
-    Sim sim({"ds1993:06A1B2C3D4E5F6"});
-    const Run write = probeTool({"--device", sim.path(), "write-image", m_imagePath});
-    QCOMPARE(write.exitCode, 0);
+void TestProbeTool::writesReadsBackAndLosesTheProbe() {
+    Sim sim(kDs1993);
+    Tool write({"--device", sim.path, "write-image", file("image.hex")});
+    QCOMPARE(write.code, 0);
     QCOMPARE(write.out.count(QStringLiteral(" geschreven\n")), 16);
     QVERIFY(write.out.endsWith(QStringLiteral("Pagina 16 van 16 geschreven\nControle OK\n")));
 
-    const Run read = probeTool({"--device", sim.path(), "read-memory"});
-    QCOMPARE(read.exitCode, 0);
-    QByteArray memory;
-    QVERIFY(ProgrammingImage::parse(imageText(), &memory, nullptr));
-    QCOMPARE(read.out, ProgrammingImage::hexLines(memory));
-    // The last byte is the CRC, not what the file said.
-    QVERIFY(!read.out.endsWith(QString::fromLatin1(imageText().right(2)) + QLatin1Char('\n')));
-}
-
-void TestProbeTool::refusesBeforeWriting_data() {
-    QTest::addColumn<QStringList>("keys");
-    QTest::addColumn<QString>("command");
-    QTest::addColumn<QByteArray>("image");
-    QTest::addColumn<int>("exitCode");
-    QTest::addColumn<QString>("message");
-    QTest::newRow("DS1990A") << QStringList{"ds1990a:01A1B2C3D4E5F6"} << "write-image" << imageText() << 4
-                             << "geen programmeersleutel";
-    QTest::newRow("DS1990A memory") << QStringList{"ds1990a:01A1B2C3D4E5F6"} << "read-memory" << QByteArray() << 4
-                                    << "geen programmeersleutel";
-    QTest::newRow("short image") << QStringList{"ds1993:06A1B2C3D4E5F6"} << "write-image" << imageText().left(1022) << 2
-                                 << "te kort";
-    QTest::newRow("no key") << QStringList{} << "write-image" << imageText() << 1 << "Geen sleutel gevonden";
-    QTest::newRow("bad port") << QStringList{} << "bad-port" << imageText() << 3 << "kan niet worden geopend";
-}
-
-void TestProbeTool::refusesBeforeWriting() {
-    QFETCH(QStringList, keys);
-    QFETCH(QString, command);
-    QFETCH(QByteArray, image);
-    QFETCH(int, exitCode);
-    QFETCH(QString, message);
-    Sim sim(keys);
-    const QString path = m_dir.filePath(QStringLiteral("refused.hex"));
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    file.write(image);
-    file.close();
-
-    QStringList args{"--device", sim.path(), "--timeout", "0.5"};
-    if (command == QLatin1String("bad-port")) {
-        args[1] = m_dir.filePath(QStringLiteral("no-such-port"));
-        command = QStringLiteral("read-rom");
+    // The image as 16 lines of 64 digits, but the last byte is the CRC, not what the file said.
+    Tool read({"--device", sim.path, "read-memory"});
+    QCOMPARE(read.code, 0);
+    QString expected;
+    for (int line = 0; line < 16; ++line) {
+        expected += QString::fromLatin1(imageText().mid(64 * line, 64)) + QLatin1Char('\n');
     }
-    args << command;
-    if (command == QLatin1String("write-image")) {
-        args << path;
-    }
-    const Run run = probeTool(args);
-    QCOMPARE(run.exitCode, exitCode);
-    QVERIFY2(run.err.contains(message), qPrintable(run.err));
-    QVERIFY(!run.out.contains(QStringLiteral("geschreven")));
+    QCOMPARE(read.out.chopped(3), expected.chopped(3));
+    QVERIFY(read.out.right(3) != expected.right(3));
+
+    // The probe pulled out after page 3: one message for the cause, not one per page.
+    Tool lost({"--device", sim.path, "write-image", file("image.hex")}, false);
+    auto pastPage3 = [&] {
+        lost.waitForReadyRead(50);
+        return lost.peek(4096).contains("Pagina 3 ");
+    };
+    QVERIFY(QTest::qWaitFor(pastPage3, 5000));
+    sim.kill();
+    lost.finish();
+    QCOMPARE(lost.code, 3);
+    QCOMPARE(lost.err.count(QStringLiteral("De probe geeft geen antwoord meer")), 1);
+    QVERIFY(lost.err.contains(QStringLiteral("Pagina 16 van 16 niet geschreven\n")));
+    QVERIFY(lost.out.endsWith(QStringLiteral("Controle mislukt\n")));
 }
 
-void TestProbeTool::reportsUnpluggedProbe() {
-    Sim sim({"ds1993:06A1B2C3D4E5F6"});
-    QProcess process;
-    process.start(kBin + QStringLiteral("/vondrel-probe"), {"--device", sim.path(), "write-image", m_imagePath});
-    QByteArray out;
-    QVERIFY(QTest::qWaitFor(
-        [&] {
-            process.waitForReadyRead(50);
-            out += process.readAllStandardOutput();
-            return out.contains("Pagina 3 ") || process.state() == QProcess::NotRunning;
-        },
-        5000));
-    sim.unplug();
-    QVERIFY(process.waitForFinished(10000));
-    out += process.readAllStandardOutput();
-    const QString err = QString::fromUtf8(process.readAllStandardError());
-    QCOMPARE(process.exitCode(), 3);
-    QVERIFY2(err.contains(QStringLiteral("De probe geeft geen antwoord meer")), qPrintable(err));
-    QVERIFY(err.contains(QStringLiteral("Pagina 16 van 16 niet geschreven")));
-    QVERIFY(out.endsWith("Controle mislukt\n"));
-}
-
-void TestProbeTool::buildsImages_data() {
+void TestProbeTool::buildsImage_data() {
     QTest::addColumn<QString>("map");
     QTest::addColumn<int>("reader");
     QTest::addColumn<int>("exitCode");
-    QTest::addColumn<QString>("message");
-    QTest::newRow("location folder") << "noord" << 2 << 0 << "1 sleutels";
-    QTest::newRow("bestanden itself") << "" << 1 << 0 << "0 sleutels";
+    QTest::addColumn<QString>("says");  // on stdout when built, on stderr when refused
+    QTest::newRow("reader 2") << "noord" << 2 << 0 << "1 sleutels";
     QTest::newRow("reader 129") << "noord" << 129 << 2 << "129";
-    QTest::newRow("folder outside bestanden") << "../noord" << 1 << 2 << "";
+    QTest::newRow("reader beyond the file") << "noord" << 3 << 2 << "bestaat niet";
+    QTest::newRow("folder outside bestanden") << "../noord" << 2 << 2 << "";
+    QTest::newRow("no key-holder file") << "" << 2 << 2 << "asleutel.bst";
 }
 
-void TestProbeTool::buildsImages() {
+// Reader 2 of two in bestanden and in bestanden/noord; one key holder, for reader 2, only in noord.
+void TestProbeTool::buildsImage() {
     QFETCH(QString, map);
     QFETCH(int, reader);
     QFETCH(int, exitCode);
-    QFETCH(QString, message);
+    QFETCH(QString, says);
     QTemporaryDir home;
-    const QString folder = home.filePath(QStringLiteral("bestanden/") + map);
+    const QString folder = home.filePath(QStringLiteral("bestanden/noord"));
     QVERIFY(QDir().mkpath(folder));
-    QFile readers(folder + QStringLiteral("/autonoom.bst"));
-    QVERIFY(readers.open(QIODevice::WriteOnly));
-    readers.write(Reader::defaultRecord(QDate(2024, 5, 1)).bytes().repeated(2));
-    readers.close();
     KeyHolder holder = KeyHolder::blank();
     holder.setGeldig(QStringLiteral("1"));
     holder.setSleutelcode(QStringLiteral("BEEF123456"));
     holder.setToegang(QByteArray(1, '\x02'));
-    QFile keys(folder + QStringLiteral("/asleutel.bst"));
-    QVERIFY(keys.open(QIODevice::WriteOnly));
-    keys.write(holder.bytes());
-    keys.close();
+    QVERIFY(writeFile(folder + QStringLiteral("/asleutel.bst"), holder.bytes()));
+    const QByteArray readers = Reader::defaultRecord({2024, 5, 1}).bytes().repeated(2);
+    for (const QString& dir : {folder, home.filePath(QStringLiteral("bestanden"))}) {
+        QVERIFY(writeFile(dir + QStringLiteral("/autonoom.bst"), readers));
+        QVERIFY(writeFile(dir + QStringLiteral("/autonoom.hex"), QByteArray(2048, 'Z')));
+    }
 
-    QStringList args{"build-image", "--home", home.path(), "--reader", QString::number(reader)};
-    if (!map.isEmpty()) {
-        args << "--map" << map;
-    }
-    const Run run = probeTool(args);
-    QCOMPARE(run.exitCode, exitCode);
-    const QString hex = folder + QStringLiteral("/autonoom.hex");
-    if (exitCode == 0) {
-        QVERIFY2(run.out.contains(message), qPrintable(run.out));
-        QFile image(hex);
-        QVERIFY(image.open(QIODevice::ReadOnly));
-        const QByteArray text = image.readAll();
-        QCOMPARE(text.size(), 1024);
-        QCOMPARE(text.mid(16, 4), reader == 2 ? QByteArray("BEEF") : QByteArray("    "));
-    } else {
-        QVERIFY2(run.err.contains(message), qPrintable(run.err));
-        QVERIFY(!run.err.isEmpty());
-        QVERIFY(!QFile::exists(hex));
-    }
+    Tool tool({"build-image", "--home", home.path(), "--map", map, "--reader", QString::number(reader)});
+    QCOMPARE(tool.code, exitCode);
+    const bool built = exitCode == 0;
+    QVERIFY2((built ? tool.out : tool.err).contains(says), qPrintable(tool.out + tool.err));
+    // Built: the image replaces the old file whole and the key count goes into bytes 58..59 of record 2.
+    QByteArray expectedReaders = readers;
+    expectedReaders[128 + 58] = built ? 1 : 0;
+    QCOMPARE(contents(folder + QStringLiteral("/autonoom.bst")), expectedReaders);
+    const QByteArray image = contents(folder + QStringLiteral("/autonoom.hex"));
+    QCOMPARE(image.size(), built ? 1024 : 2048);
+    QCOMPARE(image.mid(16, 4), built ? QByteArray("BEEF") : QByteArray("ZZZZ"));
 }
 
 QTEST_GUILESS_MAIN(TestProbeTool)
