@@ -117,10 +117,12 @@ bool KeyHolderFile::record_update(int reader, int record, int mode, int selector
     } else {
         m_current.setWijziging(map);
     }
-    if (!write(record, error)) {
+    // The reader is marked first: should the second write fail, a reader marked without a change costs one
+    // needless programming run, while a change without the mark would never reach the reader.
+    if (!readers.markChanged(reader + 1, today, error)) {
         return false;
     }
-    return readers.markChanged(reader + 1, today, error);
+    return write(record, error);
 }
 
 bool KeyHolderFile::remove(int n, QString* error) const {

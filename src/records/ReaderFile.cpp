@@ -64,10 +64,13 @@ bool ReaderFile::write(int n, const Reader& reader, QString* error) const {
 }
 
 bool ReaderFile::record_save(const ReaderRow& row, const QDate& today, QString* error) const {
-    const long n = std::lround(leadingNumber(row.number));
-    if (n <= 0 || n > std::numeric_limits<int>::max()) {
+    const double number = leadingNumber(row.number);
+    if (!(number >= 0.5)) {
         return true;
     }
+    // A number beyond any file is left to the write, which refuses it with a message.
+    const int n =
+        number >= double(std::numeric_limits<int>::max()) ? std::numeric_limits<int>::max() : int(std::lround(number));
     const QString keyCountText = row.keyCount.trimmed().isEmpty() ? QStringLiteral("0") : row.keyCount.trimmed();
     bool numeric = false;
     qint16 keyCount = 0;
@@ -90,7 +93,7 @@ bool ReaderFile::record_save(const ReaderRow& row, const QDate& today, QString* 
         return false;
     }
     Reader reader;
-    if (!read(static_cast<int>(n), &reader, error)) {
+    if (!read(n, &reader, error)) {
         return false;
     }
     reader.setLezerNaam(row.name);
@@ -101,7 +104,7 @@ bool ReaderFile::record_save(const ReaderRow& row, const QDate& today, QString* 
     // Anything but "X" goes back blank.
     reader.setChangedFlag(row.flag == QLatin1String("X") ? row.flag : QString());
     reader.setMode(modeByte(row.led, row.relay));
-    return write(static_cast<int>(n), reader, error);
+    return write(n, reader, error);
 }
 
 bool ReaderFile::markChanged(int n, const QDate& today, QString* error) const {

@@ -106,6 +106,32 @@ private Q_SLOTS:
             QVERIFY2(leftOver.isEmpty(), qPrintable(leftOver.join(' ')));
         }
     }
+
+    // Whatever write fails, an access change never lands without its reader's mark: that reader would
+    // otherwise never get a new programming key.
+    void accessChangeNeverWithoutItsMark() {
+        for (int failAt = 1;; ++failAt) {
+            QTemporaryDir dir;
+            QString error;
+            for (int n = 1; n <= 2; ++n)
+                QVERIFY(ReaderFile(dir.path()).write(n, Reader::defaultRecord(kToday.addDays(-9)), &error));
+            QVERIFY(KeyHolderFile(dir.path()).create(&error));
+
+            FaultyFileOps ops(failAt);
+            const bool ok = KeyHolderFile(dir.path(), &ops).record_update(1, 1, 1, 0, kToday, &error);
+            Reader reader;
+            QVERIFY(ReaderFile(dir.path()).read(2, &reader, &error));
+            KeyHolderFile holders(dir.path());
+            QVERIFY(holders.record_load(1, &error));
+            const bool granted = holders.current().toegang().at(0) == char(0x02);
+            QVERIFY2(!granted || reader.isChanged(), qPrintable(QString::number(failAt)));
+            if (!ops.fired()) {
+                QVERIFY2(ok && granted, qPrintable(error));
+                break;
+            }
+            QVERIFY(!ok);
+        }
+    }
 };
 
 QTEST_GUILESS_MAIN(TestCrashSafety)

@@ -121,6 +121,8 @@ private Q_SLOTS:
         QTest::newRow("number not numeric") << QStringList{"abc", "1", "1", "", "A"} << 0 << 0 << 0 << ' ';
         QTest::newRow("count + 1 appends") << QStringList{"3", "1", "1", "X", "A"} << 3 << 1 << 1 << 'X';
         QTest::newRow("count + 2 refused") << QStringList{"4", "1", "1", "X", "A"} << -1 << 0 << 0 << ' ';
+        QTest::newRow("number beyond any file refused")
+            << QStringList{"99999999999999999999", "1", "1", "X", "A"} << -1 << 0 << 0 << ' ';
     }
 
     void readerRecordSave() {
