@@ -8,86 +8,98 @@
 #include <QStringList>
 
 #include <functional>
+#include <utility>
 
-// A shared record of what happened on both seams, in order, so tests can check interleaving.
+// Slot characters for bytes, least significant bit first: 0xFF for a 1, `zero` for a 0. With zero 0x00
+// these are the characters a master sends; with 0xFE, the echoes of read slots a device answers with 0s.
+inline QByteArray slotsFor(const QByteArray& bytes, char zero = 0x00) {
+    QByteArray slots;
+    for (char byte : bytes) {
+        for (int bit = 0; bit < 8; ++bit)
+            slots += (uint8_t(byte) >> bit) & 1 ? char(0xFF) : zero;
+    }
+    return slots;
+}
+
+// Only an untouched 0xFF reads as a 1.
+inline QByteArray bytesFromEchoes(const QByteArray& echoes) {
+    QByteArray bytes(echoes.size() / 8, '\0');
+    for (int i = 0; i < bytes.size() * 8; ++i) {
+        if (uint8_t(echoes[i]) == 0xFF)
+            bytes[i / 8] = char(bytes[i / 8] | (1 << (i % 8)));
+    }
+    return bytes;
+}
+
+// Bytes that differ from their neighbours, with no period inside a key's 512.
+inline QByteArray pattern(int size, int seed) {
+    QByteArray bytes(size, '\0');
+    for (int i = 0; i < size; ++i)
+        bytes[i] = char(i * 7 + (i >> 8) + seed);
+    return bytes;
+}
+
+inline QByteArray readAll(SerialLine& line) {
+    QByteArray echoes;
+    for (int c = line.readChar(); c >= 0; c = line.readChar())
+        echoes += char(c);
+    return echoes;
+}
+
+// What happened on both seams, in order, so tests can check the interleaving.
 struct EventLog {
     QStringList events;
     void add(const QString& event) { events << event; }
-    QStringList take() {
-        QStringList all = events;
-        events.clear();
-        return all;
-    }
+    QStringList take() { return std::exchange(events, {}); }
 };
 
 class RecordingPortIo : public PortIo {
 public:
-    explicit RecordingPortIo(EventLog& log, int winNt = 1) : m_log(log), winNt(winNt) {}
+    explicit RecordingPortIo(EventLog& log, int winNt = 1) : log(log), winNt(winNt) {}
     int isWinNT() override { return winNt; }
-    void enablePorts(uint16_t first, uint16_t last) override {
-        m_log.add(QStringLiteral("enable %1-%2").arg(first).arg(last));
-    }
-    void disablePorts(uint16_t first, uint16_t last) override {
-        m_log.add(QStringLiteral("disable %1-%2").arg(first).arg(last));
-    }
-    void outport(uint16_t port, uint16_t value) override {
-        m_log.add(QStringLiteral("out %1 %2").arg(port).arg(value));
-    }
+    void enablePorts(uint16_t f, uint16_t l) override { log.add(QStringLiteral("enable %1-%2").arg(f).arg(l)); }
+    void disablePorts(uint16_t f, uint16_t l) override { log.add(QStringLiteral("disable %1-%2").arg(f).arg(l)); }
+    void outport(uint16_t port, uint16_t v) override { log.add(QStringLiteral("out %1 %2").arg(port).arg(v)); }
     uint16_t inport(uint16_t) override { return 0; }
 
-    EventLog& m_log;
+    EventLog& log;
     int winNt;
 };
 
-// A serial line that keeps everything written and answers each run through a script. By default every
-// character echoes unchanged and at once; with deferEchoes the echoes stay in flight until a wait.
+// A serial line that keeps everything written and answers each run through `respond` (by default every
+// character echoes unchanged, at once); with deferEchoes the echoes stay in flight until a wait.
 class ScriptedSerialLine : public SerialLine {
 public:
-    explicit ScriptedSerialLine(EventLog* log = nullptr) : m_log(log) {}
+    explicit ScriptedSerialLine(EventLog* log = nullptr) : log(log ? *log : own) {}
 
-    // Echoes for one run; may return fewer or more characters than the run has.
     std::function<QByteArray(const QByteArray& run)> respond;
 
     void setPortNumber(int n) override { number = n; }
     int portNumber() const override { return number; }
     bool open(QString* error) override {
-        note(QStringLiteral("open %1").arg(number));
-        if (!openError.isEmpty()) {
-            if (error)
-                *error = openError;
-            return false;
-        }
-        opened = true;
-        return true;
+        log.add(QStringLiteral("open %1").arg(number));
+        if (error)
+            *error = openError;
+        return opened = openError.isEmpty();
     }
     void close() override {
-        note(QStringLiteral("close"));
+        log.add(QStringLiteral("close"));
         opened = false;
     }
     bool isOpen() const override { return opened; }
     int inBufferCount() override { return input.size(); }
-    void discardInput() override {
-        note(QStringLiteral("discard %1").arg(input.size()));
-        input.clear();
-    }
+    void discardInput() override { log.add(QStringLiteral("discard %1").arg(std::exchange(input, {}).size())); }
     int outBufferCount() override { return outQueued; }
-    int readChar() override {
-        if (input.isEmpty())
-            return -1;
-        const int c = uint8_t(input.at(0));
-        input.remove(0, 1);
-        return c;
-    }
+    int readChar() override { return input.isEmpty() ? -1 : uint8_t(std::exchange(input, input.mid(1)).at(0)); }
     bool write(const QByteArray& run) override {
-        if (!opened || writeFails)
+        if (!opened)
             return false;
-        note(QStringLiteral("write %1 @%2").arg(QString::fromLatin1(run.toHex(' '))).arg(baud));
+        log.add(QStringLiteral("write %1 @%2").arg(QString::fromLatin1(run.toHex(' '))).arg(baud));
         written += run;
         runs << run;
-        writtenCount += run.size();
         const QByteArray echoes = respond ? respond(run) : run;
         (deferEchoes ? inFlight : input) += echoes;
-        echoedCount += echoes.size();
+        missingEchoes += run.size() - echoes.size();
         return true;
     }
     bool waitForInput(int count, int) override {
@@ -96,49 +108,26 @@ public:
     }
     bool waitForEchoes(int) override {
         arrive();
-        note(QStringLiteral("echoes"));
-        return opened && echoedCount >= writtenCount;
+        log.add(QStringLiteral("echoes"));
+        return opened && missingEchoes <= 0;
     }
     bool setBaudRate(int rate) override {
-        note(QStringLiteral("baud %1 inflight %2").arg(rate).arg(inFlight.size()));
+        log.add(QStringLiteral("baud %1 inflight %2").arg(rate).arg(inFlight.size()));
         baud = rate;
         return true;
     }
     int baudRate() const override { return baud; }
+    void arrive() { input += std::exchange(inFlight, {}); }
 
-    void arrive() {
-        input += inFlight;
-        inFlight.clear();
-    }
-
+    EventLog own;
+    EventLog& log;
     int number = 1;
     bool opened = true;
-    bool writeFails = false;
     bool deferEchoes = false;
     QString openError;
     int outQueued = 0;
     int baud = 9600;
-    QByteArray input;
-    QByteArray inFlight;
-    QByteArray written;
+    QByteArray input, inFlight, written;
     QList<QByteArray> runs;
-    qint64 writtenCount = 0;
-    qint64 echoedCount = 0;
-
-private:
-    void note(const QString& event) {
-        if (m_log)
-            m_log->add(event);
-    }
-    EventLog* m_log;
+    qint64 missingEchoes = 0;
 };
-
-// Slot characters as a passive probe echoes them for bits read from a device: 0xFF for 1, 0xFE for 0.
-inline QByteArray readEchoes(const QByteArray& bytes) {
-    QByteArray echoes;
-    for (char byte : bytes) {
-        for (int bit = 0; bit < 8; ++bit)
-            echoes.append(char((uint8_t(byte) >> bit) & 1 ? 0xFF : 0xFE));
-    }
-    return echoes;
-}
