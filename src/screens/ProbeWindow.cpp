@@ -229,6 +229,9 @@ void ProbeWindow::runWrite() {
 }
 
 void ProbeWindow::Timer3_Timer() {
+    if (m_writing) {
+        return;
+    }
     m_label4->hide();
     if (m_keyWrittenFlag) {
         *m_keyWrittenFlag = true;
@@ -242,6 +245,9 @@ void ProbeWindow::ladercmd_Click() {
     if (m_writing) {
         return;
     }
+    // Trying again takes back the closing that a finished run had started: the key now being written,
+    // not the failed one, decides whether the reader counts as programmed.
+    m_timer3->stop();
     m_timer2->start();
     m_ladercmd->hide();
 }
