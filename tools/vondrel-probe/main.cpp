@@ -155,10 +155,11 @@ bool parse(const QStringList& args, Options* o, QString* error) {
 // The probe: a serial port or the simulated one, with the 1-Wire layer over it.
 class Probe {
 public:
-    bool open(const Options& o, const QString& defaultKey, QString* error) {
+    // kExitOk, or the exit code of the refusal with its message in *error.
+    int open(const Options& o, const QString& defaultKey, QString* error) {
         if (o.simulate == !o.device.isEmpty()) {
             *error = QStringLiteral("geef --device PAD of --simulate");
-            return false;
+            return kExitUsage;
         }
         if (o.simulate) {
             auto probe = std::make_unique<SimulatedProbe>();
@@ -169,7 +170,7 @@ public:
                 }
                 auto key = VirtualIButton::fromText(text, error);
                 if (!key) {
-                    return false;
+                    return kExitUsage;
                 }
                 probe->insertKey(std::move(key));
             }
@@ -177,7 +178,7 @@ public:
         } else {
             if (!o.keys.isEmpty()) {
                 *error = QStringLiteral("--key hoort bij --simulate");
-                return false;
+                return kExitUsage;
             }
             auto line = std::make_unique<QtSerialLine>();
             line->setDevicePath(1, o.device);
@@ -190,9 +191,9 @@ public:
         QString systemError;
         if (!m_line->open(&systemError)) {
             *error = QStringLiteral("De poort %1 kan niet worden geopend: %2").arg(o.device, systemError);
-            return false;
+            return kExitPort;
         }
-        return true;
+        return kExitOk;
     }
 
     DowIo& dow() { return *m_dow; }
@@ -208,8 +209,7 @@ int timeoutMs(const Options& o) {
     return int(o.timeoutS * 1000.0);
 }
 
-int noKey(const Probe& probe, const PolledKey& polled, const Options& o) {
-    Q_UNUSED(probe);
+int noKey(const PolledKey& polled, const Options& o) {
     if (polled.notConnected) {
         err(DowIo::probeGoneMessage());
         return kExitPort;
@@ -222,7 +222,7 @@ int noKey(const Probe& probe, const PolledKey& polled, const Options& o) {
 int readRom(Probe& probe, const Options& o) {
     const PolledKey key = pollForKey(probe.dow(), true, kKeyCodeTickMs, timeoutMs(o));
     if (!key.found) {
-        return noKey(probe, key, o);
+        return noKey(key, o);
     }
     out(QStringLiteral("Familiecode: %1").arg(QStringLiteral("%1").arg(key.family, 2, 16, QLatin1Char('0')).toUpper()));
     out(QStringLiteral("Type: %1").arg(key.familyName));
@@ -235,7 +235,7 @@ int readRom(Probe& probe, const Options& o) {
 int waitForProgrammingKey(Probe& probe, const Options& o) {
     const PolledKey key = pollForKey(probe.dow(), false, kProbeTickMs, timeoutMs(o));
     if (!key.found) {
-        return noKey(probe, key, o);
+        return noKey(key, o);
     }
     if (!DowIo::isProgrammingKey(key.family)) {
         err(DowIo::wrongFamilyMessage(key.family));
@@ -359,9 +359,10 @@ int main(int argc, char* argv[]) {
     }
 
     Probe probe;
-    if (!probe.open(o, QLatin1String(romCommand ? kDefaultRomKey : kDefaultMemoryKey), &error)) {
+    if (const int refused = probe.open(o, QLatin1String(romCommand ? kDefaultRomKey : kDefaultMemoryKey), &error);
+        refused != kExitOk) {
         err(error);
-        return error.startsWith(QLatin1String("De poort")) ? kExitPort : kExitUsage;
+        return refused;
     }
     int code = kExitUsage;
     if (romCommand) {
