@@ -82,6 +82,11 @@ private Q_SLOTS:
         m_tool.write("remove\n");
         QCOMPARE(readLine(), QStringLiteral("ok"));
         QCOMPARE(exchange(kResetBaud, "\xF0"), QByteArray("\xF0"));
+        // A script waiting for its answer gets one for a refused command too.
+        for (const char* refused : {"insert ds1993:06ZZ\n", "dump\n", "wegwezen\n"}) {
+            m_tool.write(refused);
+            QCOMPARE(readLine(), QStringLiteral("fout"));
+        }
         m_tool.write("quit\n");
         QVERIFY(m_tool.waitForFinished(5000));
         QCOMPARE(m_tool.exitCode(), 0);

@@ -40,7 +40,9 @@ const char kHelp[] =
     "  insert TYPE:ROM    legt een sleutel op de probe\n"
     "  remove             haalt alle sleutels weg\n"
     "  dump               toont het geheugen van de eerste geheugensleutel: 16 regels van 64 hexcijfers\n"
-    "  quit               stopt\n";
+    "  quit               stopt\n"
+    "Elke opdracht antwoordt op standaarduitvoer: \"ok\" (dump: de 16 regels), of \"fout\" met de reden op\n"
+    "standaardfout, zodat een script altijd een antwoord krijgt.\n";
 
 using Clock = std::chrono::steady_clock;
 using Nanos = std::chrono::nanoseconds;
@@ -206,9 +208,7 @@ private:
         }
         const QString verb = words[0].toLower();
         if (verb == QLatin1String("insert") && words.size() == 2) {
-            if (addKey(words[1])) {
-                reply("ok");
-            }
+            reply(addKey(words[1]) ? "ok" : "fout");
         } else if (verb == QLatin1String("remove") && words.size() == 1) {
             m_wire.detachAll();
             reply("ok");
@@ -218,6 +218,7 @@ private:
             return false;
         } else {
             complain(QStringLiteral("onbekende opdracht \"%1\" (insert TYPE:ROM, remove, dump, quit)").arg(line));
+            reply("fout");
         }
         return true;
     }
@@ -234,6 +235,7 @@ private:
             return;
         }
         complain(QStringLiteral("geen geheugensleutel (ds1993, ds1994) op de probe"));
+        reply("fout");
     }
 
     static void reply(const QByteArray& text) {
