@@ -18,6 +18,10 @@ QString openFailed(const QFile& file) {
     return QStringLiteral("Kan %1 niet openen: %2").arg(QDir::toNativeSeparators(file.fileName()), file.errorString());
 }
 
+QString readFailed(const QFile& file) {
+    return QStringLiteral("Kan %1 niet lezen: %2").arg(QDir::toNativeSeparators(file.fileName()), file.errorString());
+}
+
 QString badNumber(int n, const QString& path) {
     return QStringLiteral("Recordnummer %1 bestaat niet in %2.").arg(n).arg(QFileInfo(path).fileName());
 }
@@ -65,8 +69,7 @@ bool RecordFile::read(int n, QByteArray* record, QString* error) const {
         bytes = file.read(m_length);
     }
     if (bytes.size() != m_length) {
-        setError(error,
-                 QStringLiteral("Kan %1 niet lezen: %2").arg(QDir::toNativeSeparators(m_path), file.errorString()));
+        setError(error, readFailed(file));
         return false;
     }
     *record = bytes;
@@ -86,8 +89,7 @@ bool RecordFile::readAll(QByteArrayList* records, QString* error) const {
     const qint64 whole = file.size() / m_length * m_length;
     const QByteArray bytes = file.read(whole);
     if (bytes.size() != whole) {
-        setError(error,
-                 QStringLiteral("Kan %1 niet lezen: %2").arg(QDir::toNativeSeparators(m_path), file.errorString()));
+        setError(error, readFailed(file));
         return false;
     }
     for (qint64 offset = 0; offset < whole; offset += m_length) {
@@ -155,8 +157,7 @@ bool RecordFile::remove(int n, QString* error) const {
     }
     const QByteArray old = file.readAll();
     if (file.error() != QFile::NoError) {
-        setError(error,
-                 QStringLiteral("Kan %1 niet lezen: %2").arg(QDir::toNativeSeparators(m_path), file.errorString()));
+        setError(error, readFailed(file));
         return false;
     }
     file.close();
