@@ -116,6 +116,8 @@ bool ProbeWindow::programKey(Session& session, int readerNumber, QWidget* parent
     if (portDialog) {
         connect(&window, &ProbeWindow::portSettingsRequested, &window, portDialog);
     }
+    // Only the main window waits: the simulated probe's window must stay usable to present the key.
+    window.setWindowModality(Qt::WindowModal);
     window.exec();
     return true;
 }

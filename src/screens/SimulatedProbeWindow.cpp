@@ -124,11 +124,14 @@ bool SimulatedProbeWindow::touch(int index, QString* error) {
     Entry& entry = m_keys[index];
     if (index == customIndex()) {
         const QString text = m_customKind->currentData().toString() + QLatin1Char(':') + m_customRom->text().trimmed();
-        entry.stored = VirtualIButton::fromText(text, error);
-        if (!entry.stored) {
+        std::unique_ptr<VirtualIButton> typed = VirtualIButton::fromText(text, error);
+        if (!typed) {
             updateStatus();
             return false;
         }
+        // The same key touched again keeps what was written into it.
+        if (!entry.stored || entry.stored->kind() != typed->kind() || entry.stored->rom() != typed->rom())
+            entry.stored = std::move(typed);
     }
     entry.onProbe = m_probe.insertKey(std::move(entry.stored));
     m_touched = index;

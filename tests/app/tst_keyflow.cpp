@@ -1,12 +1,14 @@
 // The main road of the program, through the real windows and the simulated probe: a reader marked
 // as changed is clicked, its image is built, a DS1993 on the probe is written, and the mark goes.
 #include <QFile>
+#include <QRadioButton>
 #include <QTableView>
 
 #include "AppFixture.h"
 #include "MessageBox.h"
 #include "ReaderGrid.h"
 #include "ReaderListModel.h"
+#include "SimulatedProbeWindow.h"
 #include "onewire/SimulatedProbe.h"
 #include "onewire/VirtualIButton.h"
 #include "programming/ProgrammingImage.h"
@@ -22,12 +24,12 @@ private Q_SLOTS:
     void init() { MessageBox::setTestMode(true); }
 
     void clickingTheMarkWritesTheKeyAndClearsTheMark_data() {
-        QTest::addColumn<QString>("onProbe");
-        QTest::newRow("DS1993") << "ds1993:06112233445566";
-        QTest::newRow("DS1994") << "ds1994:04112233445566";
+        QTest::addColumn<QString>("button");  // in the simulated probe's window
+        QTest::newRow("DS1993") << "sleutel4";
+        QTest::newRow("DS1994") << "sleutel5";
     }
     void clickingTheMarkWritesTheKeyAndClearsTheMark() {
-        QFETCH(QString, onProbe);
+        QFETCH(QString, button);
         AppFixture fx;
         const QString folder = fx.bestanden();
         QDir().mkpath(folder);
@@ -55,12 +57,26 @@ private Q_SLOTS:
         commandLine.simulate = true;
         fx.app = std::make_unique<Application>(commandLine, fx.ini());
         StartWindow& window = fx.app->mainWindow();
-        VirtualIButton* key = fx.app->simulatedProbe()->insertKey(VirtualIButton::fromText(onProbe, &error));
-        QVERIFY2(key, qPrintable(error));
+        QWidget* simulation = fx.app->simulatedProbeWindow();
         window.show();
+        simulation->show();
+        QVERIFY(QTest::qWaitForWindowExposed(simulation));
+        window.activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(&window));
 
-        // The probe window is modal and closes itself 2 s after the last page.
+        // The key is presented the way a user does it: in the simulated probe's window, once the probe
+        // window asks for it. The probe window closes itself 2 s after the last page.
+        QTimer::singleShot(400, simulation, [simulation, button] {
+            // Through the window system, as a real click: a window blocked by a modal one ignores it.
+            QRadioButton* key = simulation->findChild<QRadioButton*>(button);
+            QTest::mouseClick(simulation->windowHandle(), Qt::LeftButton, {},
+                              key->mapTo(simulation, key->rect().center()));
+        });
+        // Should the key never arrive, the test fails on what it finds instead of waiting for ever.
+        QTimer::singleShot(8000, &window, [] {
+            if (QWidget* stuck = QApplication::activeModalWidget())
+                stuck->close();
+        });
         QTableView* view = window.grid()->view();
         const QModelIndex mark = view->model()->index(1, Col::ColFlag);
         QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, view->visualRect(mark).center());
@@ -78,7 +94,8 @@ private Q_SLOTS:
 
         QByteArray image;
         QVERIFY2(ProgrammingImage::readFile(QDir(folder).filePath("autonoom.hex"), &image, &error), qPrintable(error));
-        QCOMPARE(key->memory().toHex(), image.toHex());
+        QCOMPARE(fx.app->simulatedProbe()->keyCount(), 1);
+        QCOMPARE(fx.app->simulatedProbe()->key(0)->memory().toHex(), image.toHex());
         // Code, format word, list B starting at slot 4, mode, relay time, then the three keys' codes.
         QCOMPARE(image.left(14).toHex().toUpper(), QByteArray("1A2B3C00010400001A2B2A2B3A2B"));
         QCOMPARE(MessageBox::takeShown().size(), 0);

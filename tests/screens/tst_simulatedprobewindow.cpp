@@ -1,3 +1,4 @@
+#include <QComboBox>
 #include <QLineEdit>
 #include <QRadioButton>
 #include <QtTest>
@@ -34,17 +35,38 @@ private Q_SLOTS:
         QCOMPARE(window.touchedKey(), int(SimulatedProbeWindow::kNoKey));
     }
 
+    // A programming key keeps what was written into it while it is off the probe; a typed key as long as
+    // its type and ROM stay as they were.
+    void memoryKeyKeepsItsContent_data() {
+        QTest::addColumn<QString>("ownRom");  // empty: the preset DS1993
+        QTest::addColumn<QString>("retypedRom");
+        QTest::addColumn<bool>("kept");
+        QTest::newRow("preset DS1993") << ""
+                                       << "" << true;
+        QTest::newRow("own DS1993") << "06A1B2C3D4E5F6"
+                                    << "06A1B2C3D4E5F6" << true;
+        QTest::newRow("own DS1993 with another ROM") << "06A1B2C3D4E5F6"
+                                                     << "06A1B2C3D4E5F7" << false;
+    }
     void memoryKeyKeepsItsContent() {
+        QFETCH(QString, ownRom);
+        QFETCH(QString, retypedRom);
+        QFETCH(bool, kept);
         SimulatedProbe probe;
         SimulatedProbeWindow window(probe);
-        QVERIFY(window.touch(4));
+        const int index = ownRom.isEmpty() ? 4 : window.keyCount() - 1;
+        auto* kind = window.findChild<QComboBox*>("eigentype");
+        kind->setCurrentIndex(kind->findData("ds1993"));
+        window.findChild<QLineEdit*>("eigenrom")->setText(ownRom);
+        QVERIFY(window.touch(index));
         QByteArray image(512, '\0');
         image[0] = 0x12;
         image[511] = 0x34;
         probe.key(0)->setMemory(image);
         QVERIFY(window.touch(0));
-        QVERIFY(window.touch(4));
-        QCOMPARE(probe.key(0)->memory(), image);
+        window.findChild<QLineEdit*>("eigenrom")->setText(retypedRom);
+        QVERIFY(window.touch(index));
+        QCOMPARE(probe.key(0)->memory() == image, kept);
     }
 
     void ownKey_data() {
