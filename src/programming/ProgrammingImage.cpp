@@ -34,14 +34,19 @@ bool parse(const QByteArray& text, QByteArray* memory, QString* error) {
     }
     QByteArray bytes(kMemoryBytes, '\0');
     for (int i = 0; i < kMemoryBytes; ++i) {
-        const char high = text.at(2 * i);
-        const char low = text.at(2 * i + 1);
-        if (high == ' ' && low == ' ') {
-            continue;
+        // A pair is read as a hexadecimal number with its blanks left out, the way the image has always
+        // been read: a 5-digit reader code is padded to "12345 ", whose last pair "5 " is 0x05, and "  " is 0.
+        int value = 0;
+        bool valid = true;
+        for (const char c : {text.at(2 * i), text.at(2 * i + 1)}) {
+            if (c == ' ') {
+                continue;
+            }
+            const int digit = hexDigit(c);
+            valid = valid && digit >= 0;
+            value = value * 16 + digit;
         }
-        const int h = hexDigit(high);
-        const int l = hexDigit(low);
-        if (h < 0 || l < 0) {
+        if (!valid) {
             if (error) {
                 *error = QStringLiteral("Het sleutelbestand bevat op positie %1 geen hexadecimaal getal: \"%2\".")
                              .arg(2 * i + 1)
@@ -49,7 +54,7 @@ bool parse(const QByteArray& text, QByteArray* memory, QString* error) {
             }
             return false;
         }
-        bytes[i] = static_cast<char>(h * 16 + l);
+        bytes[i] = static_cast<char>(value);
     }
     *memory = withCrc(bytes);
     return true;

@@ -1,6 +1,7 @@
 #include <QtTest>
 
 #include "programming/ImageBuilder.h"
+#include "programming/ProgrammingImage.h"
 
 namespace {
 
@@ -134,6 +135,9 @@ void TestImageBuilder::buildsImage() {
     expected.setLezerkode(code.trimmed());
     expected.setAantalsleutels(qint16(keyCount));
     QCOMPARE(built.reader.bytes(), expected.bytes());
+    // Whatever the builder makes, the key writer must take: a short code or a blank inside a key code too.
+    QByteArray memory;
+    QVERIFY2(ProgrammingImage::parse(built.text, &memory, &error), qPrintable(error));
 }
 
 QTEST_GUILESS_MAIN(TestImageBuilder)

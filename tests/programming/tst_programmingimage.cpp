@@ -54,7 +54,8 @@ void TestProgrammingImage::parses_data() {
     QTest::newRow("lower case, blank pairs, text after 1024")
         << with(0, "abcD  eF") + "\r\nrest" << QByteArray::fromHex("ABCD00EF0405") << "";
     QTest::newRow("one short") << counting().left(1023) << QByteArray() << "1023 tekens";
-    QTest::newRow("half-blank pair") << with(100, " A") << QByteArray() << "positie 101";
+    QTest::newRow("half-blank pairs read without the blank")
+        << with(0, "5  A") << QByteArray::fromHex("050A02030405") << "";
     QTest::newRow("high digit not hex") << with(1020, "G1") << QByteArray() << "positie 1021";
     QTest::newRow("low digit not hex") << with(10, "1-") << QByteArray() << "positie 11";
 }
