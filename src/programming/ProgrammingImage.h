@@ -3,15 +3,16 @@
 #include <QByteArray>
 #include <QString>
 
-// The 512 bytes that go into a programming key, from the image text: 512 pairs of hex digits, a pair
-// of blanks standing for 0, and the last byte replaced by the CRC-8 of the 511 before it.
+// The 512 bytes that go into a programming key, from the image text: 512 pairs of hex digits, each read
+// with its blanks left out (so "  " is 0 and "5 " is 5), and the last byte replaced by the CRC-8 of the
+// 511 before it.
 namespace ProgrammingImage {
 
 constexpr int kImageChars = 1024;
 constexpr int kMemoryBytes = 512;
 
-// Only the first 1024 characters count; fewer, or a pair that is neither two hex digits nor two
-// blanks, is refused with a Dutch message naming the place.
+// Only the first 1024 characters count; fewer, or a pair holding anything but hex digits and blanks,
+// is refused with a Dutch message naming the place.
 bool parse(const QByteArray& text, QByteArray* memory, QString* error);
 bool readFile(const QString& path, QByteArray* memory, QString* error);
 
