@@ -16,6 +16,7 @@ KeyWriter::Result KeyWriter::write(const QByteArray& memory, const std::function
         PageReport report;
         report.page = page;
         report.ok = written.ok;
+        report.copied = written.copied;
         report.error = written.error;
         if (!written.ok) {
             result.failedPages.append(page);

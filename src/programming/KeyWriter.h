@@ -14,8 +14,9 @@ class DowIo;
 class KeyWriter {
 public:
     struct PageReport {
-        int page = 0;  // 1..16
-        bool ok = false;
+        int page = 0;         // 1..16
+        bool ok = false;      // the scratchpad was written (the page's own result)
+        bool copied = false;  // and copied into memory
         QString error;
     };
 

@@ -164,6 +164,8 @@ void ProbeWindow::Timer2_Timer() {
         return;
     }
     m_progressBar1->show();
+    // The refusal of an earlier key no longer applies; "Opnieuw" comes back only if this run fails.
+    m_ladercmd->hide();
     setStatusColor(kGreen);
     m_label4->clear();
     m_label4->setToolTip(QString());
@@ -193,6 +195,11 @@ void ProbeWindow::runWrite() {
                 m_progressBar1->hide();
                 setStatusColor(kRed);
                 m_ladercmd->show();
+            } else if (!report.copied) {
+                // A copy that found no key is not counted as a failed page; the check afterwards tells.
+                m_progressBar1->hide();
+            }
+            if (!report.ok || !report.copied) {
                 failures.append(QStringLiteral("Pagina %1: %2").arg(report.page).arg(report.error));
                 m_label4->setToolTip(failures.join(QLatin1Char('\n')));
             }

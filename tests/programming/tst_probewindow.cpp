@@ -110,6 +110,9 @@ void TestProbeWindow::writesKey() {
     QString pages;
     connect(m->window.get(), &ProbeWindow::pageWritten, this, [&](int page, bool ok) {
         QVERIFY(!child<QPushButton>("Command1")->isEnabled());
+        // The DS1990A's refusal is over once the DS1993 is taken; "Opnieuw" returns only with page 5.
+        if (ok && !pages.contains(QLatin1String("!")))
+            QVERIFY(child<QPushButton>("ladercmd")->isHidden());
         pages += QString::number(page) + QLatin1String(ok ? " " : "! ");
         if (page == 4 && pages.size() == 8) {
             // Off the probe for longer than a page stage waits (about ten resets), then back.

@@ -259,8 +259,10 @@ int writeImage(Probe& probe, const Options& o) {
     QString lastError;
     const KeyWriter::Result result = writer.write(memory, [&lastError](const KeyWriter::PageReport& report) {
         const QString page = QStringLiteral("Pagina %1 van %2").arg(report.page).arg(DowIo::kPageCount);
-        if (report.ok) {
+        if (report.ok && report.copied) {
             out(page + QStringLiteral(" geschreven"));
+        } else if (report.ok) {
+            err(page + QStringLiteral(" niet gekopieerd: ") + report.error);
         } else {
             // The same cause once, not sixteen times.
             err(page + QStringLiteral(" niet geschreven") +
