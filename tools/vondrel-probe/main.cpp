@@ -33,6 +33,8 @@ constexpr int kExitWriteFailed = 5;
 constexpr int kKeyCodeTickMs = 250;  // the key-holder window's timer
 constexpr int kProbeTickMs = 100;    // the probe window's timer
 constexpr double kDefaultTimeoutS = 10.0;
+// A day; beyond it the wait in milliseconds would no longer fit.
+constexpr int kMaxTimeoutS = 86400;
 
 const char kDefaultRomKey[] = "ds1990a:01A1B2C3D4E5F6";
 const char kDefaultMemoryKey[] = "ds1993:0610203040506A";
@@ -119,8 +121,9 @@ bool parse(const QStringList& args, Options* o, QString* error) {
             o->keys.append(v);
         } else if (a == QLatin1String("--timeout")) {
             bool ok = false;
-            if (!value(&v) || (o->timeoutS = v.toDouble(&ok), !ok) || o->timeoutS < 0) {
-                *error = QStringLiteral("--timeout verwacht een aantal seconden");
+            if (!value(&v) || (o->timeoutS = v.toDouble(&ok), !ok) || !(o->timeoutS >= 0) ||
+                o->timeoutS > kMaxTimeoutS) {
+                *error = QStringLiteral("--timeout verwacht een aantal seconden (0 tot %1)").arg(kMaxTimeoutS);
                 return false;
             }
         } else if (a == QLatin1String("--home")) {
