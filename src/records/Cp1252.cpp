@@ -31,8 +31,9 @@ namespace Cp1252 {
 QByteArray encode(const QString& text) {
     QByteArray out;
     out.reserve(text.size());
-    // Code points, not UTF-16 units: a character outside the BMP is one "?", not two.
-    for (uint cp : text.toUcs4()) {
+    // Code points, not UTF-16 units: a character outside the BMP is one "?", not two. Composed first:
+    // pasted text often carries "e" plus a combining accent, which is plain "é" in the code page.
+    for (uint cp : text.normalized(QString::NormalizationForm_C).toUcs4()) {
         out.append(encodeCodePoint(cp));
     }
     return out;

@@ -31,10 +31,14 @@ bool LocationFile::readAll(QList<Location>* records, QString* error) {
 }
 
 bool LocationFile::saveRow(int n, const QStringList& columns1to9, QString* error) {
-    if (!checkFolderName(columns1to9.value(Location::gridColumn(Location::Map) - 1), error)) {
+    Location updated = m_buffer;
+    updated.setGridTexts(columns1to9);
+    // Checked as it will be stored, cut to its field in the file's code page: "Zuidkantoor.x" becomes
+    // "Zuidkantoor.", a name no folder can have.
+    if (!checkFolderName(updated.text(Location::Map).trimmed(), error)) {
         return false;
     }
-    m_buffer.setGridTexts(columns1to9);
+    m_buffer = updated;
     return m_file.write(n, m_buffer.bytes(), error);
 }
 

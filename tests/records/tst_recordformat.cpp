@@ -23,6 +23,8 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("bytes");
         QTest::addColumn<QString>("back");
         QTest::newRow("e acute") << QString::fromUtf8("Café") << QByteArray("Caf\xE9") << QString::fromUtf8("Café");
+        QTest::newRow("e with a combining accent")
+            << QString::fromUtf8("Cafe\u0301") << QByteArray("Caf\xE9") << QString::fromUtf8("Café");
         QTest::newRow("euro") << QString::fromUtf8("€ 5") << QByteArray("\x80 5") << QString::fromUtf8("€ 5");
         QTest::newRow("0x80-0x9F") << QString::fromUtf8("ŠœŸ™…") << QByteArray("\x8A\x9C\x9F\x99\x85")
                                    << QString::fromUtf8("ŠœŸ™…");
