@@ -1,5 +1,7 @@
 #include "Application.h"
 
+#include <QDir>
+
 #include "SettingsStore.h"
 #include "StartWindow.h"
 #include "onewire/DowIo.h"
@@ -30,6 +32,10 @@ Application::Application(const CommandLine& commandLine, const QString& settings
     }
     m_ports = std::make_unique<UartBridgePortIo>(*m_line);
     m_dowIo = std::make_unique<DowIo>(*m_line, *m_ports);
+    // The per-user folder does not exist before the first start and is ours to make. A folder given with
+    // --home is not: made anew it would be an empty data set in place of one on a disk not mounted.
+    if (commandLine.home.isEmpty())
+        QDir().mkpath(programFolder(commandLine));
     m_session = std::make_unique<Session>(*m_settings, *m_line, *m_ports, *m_dowIo, programFolder(commandLine));
     m_session->simulated = commandLine.simulate;
     m_session->devicePaths = paths;

@@ -165,8 +165,6 @@ void StartWindow::Form_Load() {
 }
 
 bool StartWindow::prepareDataFolder(QString* error) {
-    // The per-user folder does not exist before the first start; the program folder is ours to make.
-    QDir().mkpath(m_session.programFolder());
     const QDate today = QDate::currentDate();
     if (DataFolder::prepare(m_session.programFolder(), m_session.subdir, today, error, m_session.fileOps))
         return true;

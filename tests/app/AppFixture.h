@@ -23,6 +23,7 @@ struct AppFixture {
     QString bestanden() const { return QDir(home()).filePath(QStringLiteral("bestanden")); }
 
     StartWindow& start() {
+        QDir().mkpath(home());
         CommandLine commandLine;
         commandLine.home = home();
         commandLine.com1Path = com1;

@@ -155,6 +155,21 @@ private Q_SLOTS:
         QCOMPARE(window.grid()->model()->cell(0, Col::ColName), QString("nieuwe lezer"));
     }
 
+    // A --home on a disk that is not mounted must not quietly become a new, empty data set.
+    void aMissingProgramFolderIsNotMadeAnew() {
+        AppFixture fx;
+        CommandLine commandLine;
+        commandLine.home = fx.dir.filePath("stick/vondrel");
+        commandLine.com1Path = fx.com1;
+        commandLine.com2Path = fx.com2;
+        fx.app = std::make_unique<Application>(commandLine, fx.ini());
+        const QList<MessageBox::Shown> shown = MessageBox::takeShown();
+        QCOMPARE(shown.size(), 1);
+        QVERIFY2(shown.first().text.contains("bestaat niet"), qPrintable(shown.first().text));
+        QVERIFY(!QFile::exists(fx.dir.filePath("stick")));
+        QVERIFY(fx.app->mainWindow().isEnabled());
+    }
+
     void helpButton_data() {
         QTest::addColumn<int>("presses");
         QTest::addColumn<bool>("shown");
