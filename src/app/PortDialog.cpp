@@ -55,14 +55,14 @@ void PortDialog::cmdOK_Click() {
     QString error;
     if (!m_dowIo.applyPortChoice(m_ports->currentIndex() + 1, &error))
         MessageBox::error(this, error);
-    Q_EMIT portApplied();
+    Q_EMIT portApplied(error);
     accept();
 }
 
 void PortDialog::reject() {
     // Closed without OK: the probe goes back on-line on the port it had, rather than staying off.
-    QString ignored;
-    m_dowIo.applyPortChoice(m_dowIo.line().portNumber(), &ignored);
-    Q_EMIT portApplied();
+    QString error;
+    m_dowIo.applyPortChoice(m_dowIo.line().portNumber(), &error);
+    Q_EMIT portApplied(error);
     QDialog::reject();
 }

@@ -21,7 +21,8 @@ public:
 
 Q_SIGNALS:
     // The port number changed or the line was reopened: whoever shows the port's state looks again.
-    void portApplied();
+    // error is empty, or says why the port could not be opened.
+    void portApplied(const QString& error);
 
 protected:
     void reject() override;

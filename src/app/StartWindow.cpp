@@ -272,8 +272,8 @@ PortDialog* StartWindow::openPortDialog() {
         m_portDialog = new PortDialog(m_session.dowIo(), this);
         m_portDialog->setAttribute(Qt::WA_DeleteOnClose);
         m_portDialog->setModal(true);
-        connect(m_portDialog, &PortDialog::portApplied, this, [this] {
-            m_portError.clear();
+        connect(m_portDialog, &PortDialog::portApplied, this, [this](const QString& error) {
+            m_portError = error;
             updateStatusLine();
         });
         updateStatusLine();

@@ -74,6 +74,7 @@ private Q_SLOTS:
         QCOMPARE(ports->currentIndex(), 0);
 
         ports->setCurrentIndex(1);
+        fx.app->dowIo().setInitialised(true);  // OK must make the next cycle program the UART again
         QTest::mouseClick(dialog->findChild<QPushButton*>("cmdOK"), Qt::LeftButton);
         QTRY_VERIFY(!window.findChild<PortDialog*>("properties"));
 
@@ -92,6 +93,12 @@ private Q_SLOTS:
             QVERIFY(!systemText.isEmpty());
             QVERIFY2(shown.at(0).text.contains(systemText), qPrintable(shown.at(0).text));
             QVERIFY2(status.contains("niet verbonden"), qPrintable(status));
+            // The reason stays with the status line, also after the dialog is closed without OK.
+            auto* statusLabel = window.findChild<QLabel*>("statuslbl");
+            QVERIFY(statusLabel->toolTip().contains(systemText));
+            QTest::mouseClick(window.findChild<QPushButton*>("poortbtn"), Qt::LeftButton);
+            window.findChild<PortDialog*>("properties")->close();  // as Esc or the close button
+            QVERIFY2(statusLabel->toolTip().contains(systemText), qPrintable(statusLabel->toolTip()));
         }
         QVERIFY(window.isVisible());
         window.close();
