@@ -34,8 +34,8 @@ bool parse(const QByteArray& text, QByteArray* memory, QString* error) {
     }
     QByteArray bytes(kMemoryBytes, '\0');
     for (int i = 0; i < kMemoryBytes; ++i) {
-        // A pair is read as a hexadecimal number with its blanks left out, the way the image has always
-        // been read: a 5-digit reader code is padded to "12345 ", whose last pair "5 " is 0x05, and "  " is 0.
+        // A pair is read as a hexadecimal number with its blanks left out: a 5-digit reader code is padded
+        // to "12345 ", whose last pair "5 " is 0x05, and "  " is 0.
         int value = 0;
         bool valid = true;
         for (const char c : {text.at(2 * i), text.at(2 * i + 1)}) {

@@ -131,7 +131,7 @@ QVariant ReaderListModel::data(const QModelIndex& index, int role) const {
                 return QColor(Qt::white);
             return {};
         case Qt::BackgroundRole:
-            // The old grid's highlight colour value FF0000 is blue: the value counts blue, green, red.
+            // The highlight colour value FF0000 is blue: the value counts blue, green, red.
             return highlighted ? QVariant(QColor(0, 0, 255)) : QVariant();
         case Qt::FontRole:
             if (flagColumn) {

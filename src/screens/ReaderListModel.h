@@ -7,7 +7,7 @@
 #include "records/ReaderFile.h"
 
 // The reader grid fg2: one row per record of autonoom.bst and one more for a new reader. The cells
-// hold text, as the grid always did; a row becomes a record only through ReaderRow.
+// hold text; a row becomes a record only through ReaderRow.
 class ReaderListModel : public QAbstractTableModel {
     Q_OBJECT
 

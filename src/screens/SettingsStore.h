@@ -6,9 +6,9 @@
 class QSettings;
 
 // The per-user settings store: text values addressed by section and key under the application name
-// "Vondrel". Section and key names are compared without regard to case, as the settings areas the
-// readers' administrators came from always did; QSettings' INI files on Linux are case-sensitive,
-// so names are folded to lower case on the way in.
+// "Vondrel". Section and key names are compared without regard to case ("FG2" and "fg2" are one
+// section); QSettings' INI files on Linux are case-sensitive, so names are folded to lower case on
+// the way in.
 class SettingsStore {
 public:
     // The user's own store (~/.config/Vondrel/Vondrel.ini).

@@ -15,7 +15,8 @@ QString colwidthKey(int column) {
     return QStringLiteral("colwidth(%1)").arg(column);
 }
 
-// Stored numbers are read as the old runtime did: leading blanks allowed, anything unreadable is 0.
+// A stored number may have leading blanks; anything unreadable counts as 0, so a damaged value never
+// stops a window from opening.
 double toNumber(const QString& text) {
     bool ok = false;
     const double value = text.trimmed().toDouble(&ok);

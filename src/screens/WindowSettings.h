@@ -6,8 +6,8 @@ class QHeaderView;
 class QWidget;
 class SettingsStore;
 
-// Window geometry and grid column widths are kept in twips (1/1440 inch), the unit the stored
-// values have always been in, so existing settings keep their meaning on any screen.
+// Window geometry and grid column widths are kept in twips (1/1440 inch), so stored settings keep
+// their meaning on any screen.
 namespace WindowSettings {
 
 int twipsToPixels(double twips, int logicalDpi);
