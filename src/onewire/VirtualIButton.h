@@ -53,6 +53,8 @@ public:
     static bool romFromHex(const QString& hex, Rom* rom);
     static QString romToHex(const Rom& rom);
     // Dallas/Maxim CRC-8 over bytes (x^8 + x^5 + x^4 + 1, reflected, start 0).
+    // Bit by bit, as the key's own silicon does it, and on purpose apart from the program's table-driven
+    // Crc8: a wrong table entry must show up against the simulated keys, not be shared by them.
     static uint8_t crc8(const uint8_t* bytes, int length);
     static Rom romWithCrc(const std::array<uint8_t, 7>& familyAndSerial);
 

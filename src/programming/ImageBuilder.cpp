@@ -35,16 +35,23 @@ QString twoDigitHex(int value) {
     return (QStringLiteral("00") + QString::number(static_cast<quint16>(value), 16).toUpper()).right(2);
 }
 
+bool checkReaderNumber(int readerNumber, QString* error) {
+    if (readerNumber >= 1 && readerNumber <= kMaxReaderNumber) {
+        return true;
+    }
+    if (error) {
+        *error = QStringLiteral(
+                     "Lezer %1 heeft geen plaats in de toegangslijsten (lezers 1 tot en met %2); "
+                     "er is geen programmeersleutel gemaakt en niets geschreven.")
+                     .arg(readerNumber)
+                     .arg(kMaxReaderNumber);
+    }
+    return false;
+}
+
 bool buildImage(const Reader& reader, int readerNumber, const QList<KeyHolder>& holders, BuiltImage* out,
                 QString* error) {
-    if (readerNumber < 1 || readerNumber > kMaxReaderNumber) {
-        if (error) {
-            *error = QStringLiteral(
-                         "Lezer %1 heeft geen plaats in de toegangslijsten (lezers 1 tot en met %2); "
-                         "er is geen programmeersleutel gemaakt en niets geschreven.")
-                         .arg(readerNumber)
-                         .arg(kMaxReaderNumber);
-        }
+    if (!checkReaderNumber(readerNumber, error)) {
         return false;
     }
 
@@ -111,19 +118,22 @@ SleutelLadenResult Sleutel_Laden(const QString& dataFolder, int readerNumber, Fi
     }
 
     QString error;
+    if (!ImageBuilder::checkReaderNumber(readerNumber, &error)) {
+        return fail(error);
+    }
     const ReaderFile readers(dataFolder, ops);
     const int readerCount = readers.count(&error);
     if (readerCount < 0) {
         return fail(error);
     }
-    if (readerNumber >= 1 && readerNumber <= ImageBuilder::kMaxReaderNumber && readerNumber > readerCount) {
+    if (readerNumber > readerCount) {
         return fail(QStringLiteral("Lezer %1 bestaat niet; %2 bevat %3 lezers.")
                         .arg(readerNumber)
                         .arg(readers.path())
                         .arg(readerCount));
     }
     Reader reader;
-    if (readerNumber >= 1 && !readers.read(readerNumber, &reader, &error)) {
+    if (!readers.read(readerNumber, &reader, &error)) {
         return fail(error);
     }
 

@@ -28,6 +28,9 @@ constexpr int kMaxReaderNumber = KeyHolder::kMaxReaders;
 // Last two characters of "00" + the value's upper-case hex text.
 QString twoDigitHex(int value);
 
+// Readers 1 to 128 have a place in the access maps; any other number is refused with a message.
+bool checkReaderNumber(int readerNumber, QString* error);
+
 // Builds the image of reader record readerNumber (from 1) from its record and every key-holder
 // record in file order. A reader number outside 1..128 has no bit in the access maps and is refused.
 bool buildImage(const Reader& reader, int readerNumber, const QList<KeyHolder>& holders, BuiltImage* out,

@@ -22,6 +22,16 @@ QString readFailed(const QFile& file) {
     return QStringLiteral("Kan %1 niet lezen: %2").arg(QDir::toNativeSeparators(file.fileName()), file.errorString());
 }
 
+// A missing file reads as one without records; a file that is there but cannot be opened is an error.
+bool openForReading(QFile& file, bool* missing, QString* error) {
+    *missing = !file.exists();
+    if (*missing || file.open(QIODevice::ReadOnly)) {
+        return true;
+    }
+    setError(error, openFailed(file));
+    return false;
+}
+
 QString badNumber(int n, const QString& path) {
     return QStringLiteral("Recordnummer %1 bestaat niet in %2.").arg(n).arg(QFileInfo(path).fileName());
 }
@@ -54,14 +64,11 @@ bool RecordFile::read(int n, QByteArray* record, QString* error) const {
         return false;
     }
     QFile file(m_path);
-    if (!file.exists()) {
-        return true;
-    }
-    if (!file.open(QIODevice::ReadOnly)) {
-        setError(error, openFailed(file));
+    bool missing = false;
+    if (!openForReading(file, &missing, error)) {
         return false;
     }
-    if (file.size() / m_length < n) {
+    if (missing || file.size() / m_length < n) {
         return true;
     }
     QByteArray bytes;
@@ -79,12 +86,12 @@ bool RecordFile::read(int n, QByteArray* record, QString* error) const {
 bool RecordFile::readAll(QByteArrayList* records, QString* error) const {
     records->clear();
     QFile file(m_path);
-    if (!file.exists()) {
-        return true;
-    }
-    if (!file.open(QIODevice::ReadOnly)) {
-        setError(error, openFailed(file));
+    bool missing = false;
+    if (!openForReading(file, &missing, error)) {
         return false;
+    }
+    if (missing) {
+        return true;
     }
     const qint64 whole = file.size() / m_length * m_length;
     const QByteArray bytes = file.read(whole);
