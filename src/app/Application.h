@@ -4,7 +4,7 @@
 #include <QStringList>
 #include <memory>
 
-#include "CommandLine.h"
+#include "app/CommandLine.h"
 
 class DowIo;
 class PortIo;

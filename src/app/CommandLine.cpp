@@ -1,4 +1,4 @@
-#include "CommandLine.h"
+#include "app/CommandLine.h"
 
 #include <QCommandLineParser>
 #include <QDir>
@@ -48,7 +48,8 @@ CommandLine CommandLine::parse(const QStringList& arguments) {
 }
 
 QString programFolder(const CommandLine& commandLine) {
-    if (!commandLine.home.isEmpty())
+    if (!commandLine.home.isEmpty()) {
         return QDir(commandLine.home).absolutePath();
+    }
     return QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
 }

@@ -1,4 +1,4 @@
-#include "PortDialog.h"
+#include "app/PortDialog.h"
 
 #include <QComboBox>
 #include <QHBoxLayout>
@@ -44,8 +44,9 @@ PortDialog::PortDialog(DowIo& dowIo, QWidget* parent)
 }
 
 void PortDialog::LoadPropertySettings() {
-    for (int number = 1; number <= kPortChoices; ++number)
+    for (int number = 1; number <= kPortChoices; ++number) {
         m_ports->addItem(QStringLiteral("Com%1").arg(number));
+    }
     // A stored number above 2 selects nothing.
     const int index = m_dowIo.line().portNumber() - 1;
     m_ports->setCurrentIndex(index >= 0 && index < kPortChoices ? index : -1);
@@ -53,8 +54,9 @@ void PortDialog::LoadPropertySettings() {
 
 void PortDialog::cmdOK_Click() {
     QString error;
-    if (!m_dowIo.applyPortChoice(m_ports->currentIndex() + 1, &error))
+    if (!m_dowIo.applyPortChoice(m_ports->currentIndex() + 1, &error)) {
         MessageBox::error(this, error);
+    }
     Q_EMIT portApplied(error);
     accept();
 }

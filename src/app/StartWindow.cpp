@@ -1,4 +1,4 @@
-#include "StartWindow.h"
+#include "app/StartWindow.h"
 
 #include <QCloseEvent>
 #include <QDate>
@@ -14,10 +14,8 @@
 #include <QToolBar>
 #include <QVBoxLayout>
 
-#include "AboutDialog.h"
-#include "PortDialog.h"
-#include "SettingsStore.h"
-#include "WindowSettings.h"
+#include "app/AboutDialog.h"
+#include "app/PortDialog.h"
 #include "onewire/DowIo.h"
 #include "onewire/SerialLine.h"
 #include "records/DataFolder.h"
@@ -26,6 +24,8 @@
 #include "screens/PlaceholderWindow.h"
 #include "screens/ReaderGrid.h"
 #include "screens/Session.h"
+#include "screens/SettingsStore.h"
+#include "screens/WindowSettings.h"
 
 namespace {
 const QString kSection = QStringLiteral("startfrm");
@@ -57,8 +57,9 @@ StartWindow::StartWindow(Session& session, QWidget* parent) : QMainWindow(parent
     spacer->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
     m_cmdHelp = addButton(QStringLiteral("CmdHelp"), kHelpCaption);
     QPushButton* einde = addButton(QStringLiteral("cancelbtn"), QStringLiteral("Einde"));
-    for (QPushButton* b : {locaties, personen, wissen, versie})
+    for (QPushButton* b : {locaties, personen, wissen, versie}) {
         m_buttonRow->addWidget(b);
+    }
     m_buttonRow->addWidget(spacer);
     m_buttonRow->addWidget(m_cmdHelp);
     m_buttonRow->addWidget(einde);
@@ -113,8 +114,9 @@ StartWindow::StartWindow(Session& session, QWidget* parent) : QMainWindow(parent
         }
     });
     connect(m_grid, &ReaderGrid::programKeyRequested, this, [this](int readerNumber) {
-        if (!m_programKeyHook)
+        if (!m_programKeyHook) {
             return;
+        }
         m_programKeyHook(readerNumber);
         // Building the image rewrote the reader's key count, so the list is reloaded here; the written key's
         // mark is taken first, or the reload would show every reader unmarked.
@@ -122,8 +124,9 @@ StartWindow::StartWindow(Session& session, QWidget* parent) : QMainWindow(parent
             m_session.keyWritten = false;
             m_grid->clearCurrentFlag();
         }
-        if (!m_grid->editorOpen())
+        if (!m_grid->editorOpen()) {
             m_grid->fg2_laden();
+        }
     });
     connect(m_grid, &ReaderGrid::accessRequested, this, &StartWindow::showAccessWindow);
 
@@ -153,8 +156,9 @@ void StartWindow::Form_Load() {
     m_session.subdir = store.get(kSection, QStringLiteral("subdir"), m_session.subdir);
 
     QString error;
-    if (!prepareDataFolder(&error))
+    if (!prepareDataFolder(&error)) {
         MessageBox::error(this, error);
+    }
 
     // The port is brought on-line with its errors set aside: a missing probe must not stop the start.
     m_portError.clear();
@@ -166,8 +170,9 @@ void StartWindow::Form_Load() {
 
 bool StartWindow::prepareDataFolder(QString* error) {
     const QDate today = QDate::currentDate();
-    if (DataFolder::prepare(m_session.programFolder(), m_session.subdir, today, error, m_session.fileOps))
+    if (DataFolder::prepare(m_session.programFolder(), m_session.subdir, today, error, m_session.fileOps)) {
         return true;
+    }
     if (!checkFolderName(m_session.subdir.trimmed(), nullptr)) {
         // A stored folder name that leads outside bestanden is not followed: the records in bestanden
         // itself are used, and the refusal is shown.
@@ -184,14 +189,16 @@ void StartWindow::Form_Activate() {
         m_grid->clearCurrentFlag();
     }
     // Not under an open editor: switching to another program and back must not lose what is typed.
-    if (!m_session.subdir.trimmed().isEmpty() && !m_grid->editorOpen())
+    if (!m_session.subdir.trimmed().isEmpty() && !m_grid->editorOpen()) {
         m_grid->fg2_laden();
+    }
 }
 
 void StartWindow::changeEvent(QEvent* event) {
     QMainWindow::changeEvent(event);
-    if (event->type() == QEvent::ActivationChange && isActiveWindow() && !m_unloaded)
+    if (event->type() == QEvent::ActivationChange && isActiveWindow() && !m_unloaded) {
         Form_Activate();
+    }
 }
 
 void StartWindow::resizeEvent(QResizeEvent* event) {
@@ -205,8 +212,9 @@ void StartWindow::closeEvent(QCloseEvent* event) {
 }
 
 void StartWindow::Form_Unload() {
-    if (m_unloaded)
+    if (m_unloaded) {
         return;
+    }
     m_unloaded = true;
     m_grid->Fg2_LeaveCell();
     SettingsStore& store = m_session.settings();
@@ -218,8 +226,9 @@ void StartWindow::Form_Unload() {
     m_session.dowIo().shutdown();
     for (QWidget* window :
          std::initializer_list<QWidget*>{m_portDialog, m_about, m_locations, m_access, m_simulatedProbeWindow}) {
-        if (window)
+        if (window) {
             window->close();
+        }
     }
     Q_EMIT unloaded();
 }
@@ -263,8 +272,9 @@ void StartWindow::CmdHelp_Click() {
 }
 
 void StartWindow::placeHelpList() {
-    if (m_helplst && m_grid)
+    if (m_helplst && m_grid) {
         m_helplst->setGeometry(m_grid->geometry());
+    }
 }
 
 PortDialog* StartWindow::openPortDialog() {

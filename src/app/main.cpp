@@ -3,8 +3,8 @@
 #include <QTimer>
 #include <cstdio>
 
-#include "Application.h"
-#include "StartWindow.h"
+#include "app/Application.h"
+#include "app/StartWindow.h"
 #include "screens/SimulatedProbeWindow.h"
 
 namespace {
@@ -14,8 +14,9 @@ constexpr int kScreenshotDelayMs = 700;
 
 int main(int argc, char* argv[]) {
     QStringList arguments;
-    for (int i = 0; i < argc; ++i)
+    for (int i = 0; i < argc; ++i) {
         arguments.append(QString::fromLocal8Bit(argv[i]));
+    }
     const QString screenshot = Application::takeScreenshotOption(arguments);
     const CommandLine commandLine = CommandLine::parse(arguments);
     if (!commandLine.error.isEmpty()) {
@@ -41,8 +42,9 @@ int main(int argc, char* argv[]) {
     if (!screenshot.isEmpty()) {
         QTimer::singleShot(kScreenshotDelayMs, &window, [&window, &app, screenshot] {
             const bool saved = window.grab().save(screenshot);
-            if (!saved)
+            if (!saved) {
                 std::fprintf(stderr, "vondrel: %s kan niet worden geschreven\n", qPrintable(screenshot));
+            }
             window.close();
             app.exit(saved ? 0 : 1);
         });

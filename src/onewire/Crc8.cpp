@@ -1,4 +1,4 @@
-#include "Crc8.h"
+#include "onewire/Crc8.h"
 
 namespace {
 
@@ -6,8 +6,9 @@ constexpr std::array<uint8_t, 256> makeTable() {
     std::array<uint8_t, 256> table{};
     for (int i = 0; i < 256; ++i) {
         uint8_t crc = static_cast<uint8_t>(i);
-        for (int bit = 0; bit < 8; ++bit)
+        for (int bit = 0; bit < 8; ++bit) {
             crc = (crc & 1) ? static_cast<uint8_t>((crc >> 1) ^ 0x8C) : static_cast<uint8_t>(crc >> 1);
+        }
         table[i] = crc;
     }
     return table;
@@ -22,7 +23,8 @@ const std::array<uint8_t, 256>& Crc8::table() {
 }
 
 uint8_t Crc8::of(const QByteArray& bytes, uint8_t crc) {
-    for (char c : bytes)
+    for (char c : bytes) {
         crc = update(crc, static_cast<uint8_t>(c));
+    }
     return crc;
 }

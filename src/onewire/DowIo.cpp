@@ -1,9 +1,9 @@
-#include "DowIo.h"
+#include "onewire/DowIo.h"
 
-#include "Crc8.h"
-#include "FamilyNames.h"
-#include "PortIo.h"
-#include "SerialLine.h"
+#include "onewire/Crc8.h"
+#include "onewire/FamilyNames.h"
+#include "onewire/PortIo.h"
+#include "onewire/SerialLine.h"
 
 #include <QElapsedTimer>
 
@@ -38,13 +38,15 @@ uint16_t DowIo::baseOf(int portNumber) {
 
 void DowIo::selectBase() {
     const uint16_t base = baseOf(m_line.portNumber());
-    if (base != 0)
+    if (base != 0) {
         m_portBase = base;
+    }
 }
 
 void DowIo::initSlowRate() {
-    if (m_initialised)
+    if (m_initialised) {
         return;
+    }
     m_line.discardInput();
     m_ports.outport(m_portBase + kInterruptEnable, 0);
     m_ports.outport(m_portBase + kLineControl, kLatchOpen8N1);
@@ -67,29 +69,34 @@ void DowIo::switchFastRate() {
 
 bool DowIo::startUp(const QString& poort, QString* error) {
     const QString number = poort.trimmed();
-    if (!number.isEmpty())
+    if (!number.isEmpty()) {
         m_line.setPortNumber(number.toInt());
+    }
     grantPort(m_line.portNumber());
     QString systemError;
     if (!m_line.open(&systemError)) {
-        if (error)
+        if (error) {
             *error = portOpenMessage(m_line.portNumber(), systemError);
+        }
         return false;
     }
     return true;
 }
 
 void DowIo::grantPort(int portNumber) {
-    if (m_ports.isWinNT() == 0)
+    if (m_ports.isWinNT() == 0) {
         return;
+    }
     const uint16_t base = baseOf(portNumber);
-    if (base != 0)
+    if (base != 0) {
         m_ports.enablePorts(base, base + kPortRangeLength - 1);
+    }
 }
 
 void DowIo::beginPortDialog() {
-    if (m_line.isOpen())
+    if (m_line.isOpen()) {
         m_line.close();
+    }
     m_ports.disablePorts(kCom1Base, kCom1Base + kPortRangeLength - 1);
     m_ports.disablePorts(kCom2Base, kCom2Base + kPortRangeLength - 1);
 }
@@ -99,8 +106,9 @@ bool DowIo::applyPortChoice(int portNumber, QString* error) {
     m_line.setPortNumber(portNumber);
     QString systemError;
     const bool opened = m_line.open(&systemError);
-    if (!opened && error)
+    if (!opened && error) {
         *error = portOpenMessage(portNumber, systemError);
+    }
     m_initialised = false;
     grantPort(portNumber);
     return opened;
@@ -112,24 +120,28 @@ void DowIo::shutdown() {
         m_ports.disablePorts(kCom1Base, kCom1Base + kShutdownRangeLength - 1);
         m_ports.disablePorts(kCom2Base, kCom2Base + kShutdownRangeLength - 1);
     }
-    if (m_line.isOpen())
+    if (m_line.isOpen()) {
         m_line.close();
+    }
 }
 
 DowIo::ResetStep DowIo::resetStep() {
-    if (m_line.inBufferCount() > 1)
+    if (m_line.inBufferCount() > 1) {
         m_line.discardInput();
+    }
     ResetStep outcome = ResetStep::ResetSent;
     if (m_line.inBufferCount() != 0) {
         const int echo = m_line.readChar();
-        if (isPresence(echo))
+        if (isPresence(echo)) {
             return ResetStep::Presence;
+        }
         outcome = echo == kResetChar ? ResetStep::NoKey : ResetStep::NoPresence;
     }
-    if (m_line.outBufferCount() == 0)
+    if (m_line.outBufferCount() == 0) {
         m_line.write(QByteArray(1, char(kResetChar)));
-    else if (outcome == ResetStep::ResetSent)
+    } else if (outcome == ResetStep::ResetSent) {
         outcome = ResetStep::Busy;
+    }
     return outcome;
 }
 
@@ -139,22 +151,26 @@ bool DowIo::reset() {
     QElapsedTimer clock;
     clock.start();
     m_line.discardInput();
-    if (!m_line.write(QByteArray(1, char(kResetChar))))
+    if (!m_line.write(QByteArray(1, char(kResetChar)))) {
         return false;
+    }
     for (;;) {
         const qint64 left = kResetTimeoutMs - clock.elapsed();
-        if (left <= 0)
+        if (left <= 0) {
             return false;
-        if (m_line.waitForInput(1, static_cast<int>(left)) && isPresence(m_line.readChar()))
+        }
+        if (m_line.waitForInput(1, static_cast<int>(left)) && isPresence(m_line.readChar())) {
             return true;
+        }
     }
 }
 
 QByteArray DowIo::byteSlots(uint8_t byte) {
     QByteArray slots;
     slots.reserve(8);
-    for (int mask = 1; mask < 255; mask <<= 1)
+    for (int mask = 1; mask < 255; mask <<= 1) {
         slots.append(char((byte & mask) ? kOneSlotChar : kZeroSlotChar));
+    }
     return slots;
 }
 
@@ -174,8 +190,9 @@ bool DowIo::writeByte(uint8_t byte) {
 
 uint8_t DowIo::readByte(uint8_t value) {
     for (int mask = 1; mask < 255; mask <<= 1) {
-        if (m_line.inBufferCount() > 0 && m_line.readChar() == kOneSlotChar)
+        if (m_line.inBufferCount() > 0 && m_line.readChar() == kOneSlotChar) {
             value |= static_cast<uint8_t>(mask);
+        }
     }
     return value;
 }
@@ -221,19 +238,22 @@ DowIo::Identification DowIo::identify(uint8_t command, bool probeVariant) {
     m_keyCode.clear();
     m_crc = 0;
     id.status = Identification::NoResult;
-    if (m_line.inBufferCount() != kRomSlots)
+    if (m_line.inBufferCount() != kRomSlots) {
         return id;
+    }
     QByteArray rom;
     while (m_line.inBufferCount() > 0 && rom.size() < 8) {
         const uint8_t byte = readByte();
         rom.append(char(byte));
         m_crc = Crc8::update(m_crc, byte);
     }
-    if (m_crc != 0)
+    if (m_crc != 0) {
         return id;
+    }
 
-    for (int i = 6; i >= 1; --i)
+    for (int i = 6; i >= 1; --i) {
         m_keyCode += QStringLiteral("%1").arg(uint8_t(rom[i]), 2, 16, QLatin1Char('0')).toUpper();
+    }
     id.status = Identification::Ok;
     id.rom = rom;
     id.family = uint8_t(rom[0]);
@@ -252,12 +272,15 @@ bool DowIo::resetWithin(int timeoutMs, const std::function<void()>& processEvent
     QElapsedTimer clock;
     clock.start();
     do {
-        if (!m_line.isOpen())
+        if (!m_line.isOpen()) {
             return false;
-        if (processEvents)
+        }
+        if (processEvents) {
             processEvents();
-        if (reset())
+        }
+        if (reset()) {
             return true;
+        }
     } while (clock.elapsed() <= timeoutMs);
     return false;
 }
@@ -267,8 +290,9 @@ bool DowIo::writeScratchpad(const QByteArray& data, int page, QString* error) {
     uint8_t ta2 = 0;
     pageAddress(page, &ta1, &ta2);
     if (!resetWithin(kPageStageTimeoutMs, {})) {
-        if (error)
+        if (error) {
             *error = m_line.isOpen() ? noKeyMessage() : probeGoneMessage();
+        }
         return false;
     }
     m_initialised = false;
@@ -276,11 +300,13 @@ bool DowIo::writeScratchpad(const QByteArray& data, int page, QString* error) {
     QByteArray run = byteSlots(kSkipRom) + byteSlots(kWriteScratchpad) + byteSlots(ta1) + byteSlots(ta2);
     // Set but never sent: the scratchpad is deliberately not read back.
     m_commandByte = kReadScratchpad;
-    for (int i = 0; i < kPageSize; ++i)
+    for (int i = 0; i < kPageSize; ++i) {
         run += byteSlots(i < data.size() ? uint8_t(data[i]) : 0);
+    }
     if (!sendRun(run)) {
-        if (error)
+        if (error) {
             *error = probeGoneMessage();
+        }
         return false;
     }
     return true;
@@ -291,16 +317,18 @@ bool DowIo::copyScratchpad(int page, const std::function<void()>& processEvents,
     uint8_t ta2 = 0;
     pageAddress(page, &ta1, &ta2);
     if (!resetWithin(kPageStageTimeoutMs, processEvents)) {
-        if (error)
+        if (error) {
             *error = m_line.isOpen() ? noKeyMessage() : probeGoneMessage();
+        }
         return false;
     }
     switchFastRate();
     const QByteArray run = byteSlots(kSkipRom) + byteSlots(kCopyScratchpad) + byteSlots(ta1) + byteSlots(ta2) +
                            byteSlots(kFullPageEndingOffset);
     if (!sendRun(run)) {
-        if (error)
+        if (error) {
             *error = probeGoneMessage();
+        }
         return false;
     }
     return true;
@@ -315,8 +343,9 @@ DowIo::PageWrite DowIo::writePage(int page, const QByteArray& data, const std::f
     QString copyError;
     result.ok = writeScratchpad(data, page, &result.error);
     result.copied = copyScratchpad(page, processEvents, &copyError);
-    if (result.ok && !result.copied)
+    if (result.ok && !result.copied) {
         result.error = copyError;
+    }
     return result;
 }
 
@@ -332,15 +361,17 @@ DowIo::MemoryRead DowIo::readMemory(const std::function<void()>& processEvents) 
         result.error = probeGoneMessage();
         return result;
     }
-    for (int i = 0; i < 4; ++i)
+    for (int i = 0; i < 4; ++i) {
         readByte();
+    }
     if (m_line.inBufferCount() != kMemorySize * 8) {
         result.error = QStringLiteral("Onvolledig antwoord van de sleutel bij het teruglezen.");
         return result;
     }
     result.data.reserve(kMemorySize);
-    for (int i = 0; i < kMemorySize; ++i)
+    for (int i = 0; i < kMemorySize; ++i) {
         result.data.append(char(readByte()));
+    }
     result.ok = true;
     return result;
 }

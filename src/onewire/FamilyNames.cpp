@@ -1,4 +1,4 @@
-#include "FamilyNames.h"
+#include "onewire/FamilyNames.h"
 
 #include <utility>
 
@@ -19,11 +19,13 @@ const std::pair<int, const char*> kNamed[] = {
 QStringList buildList(int first, int count) {
     QStringList list;
     list.reserve(count);
-    for (int family = first; family < first + count; ++family)
+    for (int family = first; family < first + count; ++family) {
         list << QString::number(family);
+    }
     for (const auto& [family, name] : kNamed) {
-        if (family >= first && family < first + count)
+        if (family >= first && family < first + count) {
             list[family - first] = QString::fromLatin1(name);
+        }
     }
     return list;
 }
@@ -41,9 +43,11 @@ const QStringList& FamilyNames::highList() {
 }
 
 QString FamilyNames::name(int family) {
-    if (family >= kLowFirst && family < kLowFirst + kLowCount)
+    if (family >= kLowFirst && family < kLowFirst + kLowCount) {
         return lowList().at(family - kLowFirst);
-    if (family >= kHighFirst && family < kHighFirst + kHighCount)
+    }
+    if (family >= kHighFirst && family < kHighFirst + kHighCount) {
         return highList().at(family - kHighFirst);
+    }
     return QString::number(family);
 }

@@ -1,4 +1,4 @@
-#include "ProbeSimPty.h"
+#include "onewire/ProbeSimPty.h"
 
 #include <fcntl.h>
 #include <termios.h>

@@ -1,4 +1,4 @@
-#include "QtSerialLine.h"
+#include "onewire/QtSerialLine.h"
 
 #include <QElapsedTimer>
 
@@ -25,14 +25,16 @@ bool QtSerialLine::open(QString* error) {
     close();
     const QString path = devicePath(m_number);
     if (path.isEmpty()) {
-        if (error)
+        if (error) {
             *error = QStringLiteral("Geen apparaat ingesteld voor Com%1").arg(m_number);
+        }
         return false;
     }
     m_port.setPortName(path);
     if (!m_port.open(QIODevice::ReadWrite)) {
-        if (error)
+        if (error) {
             *error = m_port.errorString();
+        }
         return false;
     }
     // The rate goes last: a custom rate lives in termios2 and would be overwritten by a later tcsetattr.
@@ -40,8 +42,9 @@ bool QtSerialLine::open(QString* error) {
               m_port.setStopBits(QSerialPort::OneStop) && m_port.setFlowControl(QSerialPort::NoFlowControl) &&
               m_port.setBaudRate(m_baud);
     if (!ok) {
-        if (error)
+        if (error) {
             *error = m_port.errorString();
+        }
         m_port.close();
         return false;
     }
@@ -56,8 +59,9 @@ bool QtSerialLine::open(QString* error) {
 }
 
 void QtSerialLine::close() {
-    if (m_port.isOpen())
+    if (m_port.isOpen()) {
         m_port.close();
+    }
     m_port.clearError();
     m_written = 0;
     m_consumed = 0;
@@ -65,8 +69,9 @@ void QtSerialLine::close() {
 
 // Moves pending output to the device and pending input into the port's buffer, without waiting.
 void QtSerialLine::poll() {
-    if (!m_port.isOpen())
+    if (!m_port.isOpen()) {
         return;
+    }
     m_port.waitForReadyRead(0);
     closeIfGone();
 }
@@ -96,8 +101,9 @@ int QtSerialLine::inBufferCount() {
 
 void QtSerialLine::discardInput() {
     poll();
-    if (!m_port.isOpen())
+    if (!m_port.isOpen()) {
         return;
+    }
     // Not QSerialPort::clear(): that flushes the driver's queue too, and those characters would never be
     // counted as echoes.
     m_consumed += m_port.readAll().size();
@@ -105,29 +111,35 @@ void QtSerialLine::discardInput() {
 
 int QtSerialLine::outBufferCount() {
     poll();
-    if (!m_port.isOpen())
+    if (!m_port.isOpen()) {
         return 0;
+    }
     int queued = 0;
-    if (::ioctl(m_port.handle(), TIOCOUTQ, &queued) != 0)
+    if (::ioctl(m_port.handle(), TIOCOUTQ, &queued) != 0) {
         queued = 0;
+    }
     return static_cast<int>(m_port.bytesToWrite()) + queued;
 }
 
 int QtSerialLine::readChar() {
-    if (!m_port.isOpen())
+    if (!m_port.isOpen()) {
         return -1;
-    if (m_port.bytesAvailable() == 0)
+    }
+    if (m_port.bytesAvailable() == 0) {
         poll();
+    }
     char c = 0;
-    if (!m_port.isOpen() || !m_port.getChar(&c))
+    if (!m_port.isOpen() || !m_port.getChar(&c)) {
         return -1;
+    }
     ++m_consumed;
     return static_cast<uint8_t>(c);
 }
 
 bool QtSerialLine::write(const QByteArray& run) {
-    if (!m_port.isOpen())
+    if (!m_port.isOpen()) {
         return false;
+    }
     if (m_port.write(run) != run.size()) {
         closeIfGone();
         return false;
@@ -144,8 +156,9 @@ bool QtSerialLine::waitForInput(int count, int timeoutMs) {
     poll();
     while (m_port.isOpen() && m_port.bytesAvailable() < count) {
         const qint64 left = timeoutMs - clock.elapsed();
-        if (left <= 0)
+        if (left <= 0) {
             break;
+        }
         m_port.waitForReadyRead(static_cast<int>(left));
         closeIfGone();
     }
@@ -158,15 +171,18 @@ bool QtSerialLine::waitForEchoes(int timeoutMs) {
     poll();
     while (m_port.isOpen() && received() < m_written) {
         const qint64 left = timeoutMs - clock.elapsed();
-        if (left <= 0)
+        if (left <= 0) {
             break;
+        }
         m_port.waitForReadyRead(static_cast<int>(left));
         closeIfGone();
     }
-    if (!m_port.isOpen())
+    if (!m_port.isOpen()) {
         return false;
-    if (received() >= m_written)
+    }
+    if (received() >= m_written) {
         return true;
+    }
     // Echoes that did not come in time are written off: one lost character must not make every later
     // wait (one per rate change) run into its time-out.
     m_written = received();
@@ -174,11 +190,13 @@ bool QtSerialLine::waitForEchoes(int timeoutMs) {
 }
 
 bool QtSerialLine::setBaudRate(int bitsPerSecond) {
-    if (bitsPerSecond <= 0)
+    if (bitsPerSecond <= 0) {
         return false;
+    }
     m_baud = bitsPerSecond;
-    if (!m_port.isOpen())
+    if (!m_port.isOpen()) {
         return true;
+    }
     // Linux takes any rate through termios2 (BOTHER), 115200/11 included, on real UARTs, USB adapters
     // and pseudo-terminals alike.
     if (!m_port.setBaudRate(bitsPerSecond)) {

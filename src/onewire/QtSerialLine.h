@@ -1,6 +1,6 @@
 #pragma once
 
-#include "SerialLine.h"
+#include "onewire/SerialLine.h"
 
 #include <QHash>
 #include <QSerialPort>

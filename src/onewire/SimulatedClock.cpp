@@ -1,4 +1,4 @@
-#include "SimulatedClock.h"
+#include "onewire/SimulatedClock.h"
 
 #include <thread>
 

@@ -1,4 +1,4 @@
-#include "SimulatedProbe.h"
+#include "onewire/SimulatedProbe.h"
 
 #include <algorithm>
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "SerialLine.h"
-#include "SimulatedClock.h"
-#include "SimulatedWire.h"
+#include "onewire/SerialLine.h"
+#include "onewire/SimulatedClock.h"
+#include "onewire/SimulatedWire.h"
 
 #include <cstdint>
 #include <deque>

@@ -1,4 +1,4 @@
-#include "SimulatedWire.h"
+#include "onewire/SimulatedWire.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "VirtualIButton.h"
+#include "onewire/VirtualIButton.h"
 
 #include <cstdint>
 #include <memory>

@@ -1,6 +1,6 @@
-#include "UartBridgePortIo.h"
+#include "onewire/UartBridgePortIo.h"
 
-#include "SerialLine.h"
+#include "onewire/SerialLine.h"
 
 namespace {
 
@@ -31,26 +31,30 @@ void UartBridgePortIo::disablePorts(uint16_t first, uint16_t last) {
 }
 
 void UartBridgePortIo::outport(uint16_t port, uint16_t value) {
-    if (!isUartPort(port))
+    if (!isUartPort(port)) {
         return;
+    }
     const uint8_t byte = static_cast<uint8_t>(value & 0xFF);
     switch (port & (kRegisterCount - 1)) {
         case kDataOrDivisorLow:
-            if (m_latchOpen)
+            if (m_latchOpen) {
                 m_divisorLow = byte;
+            }
             break;
         case kInterruptOrDivisorHigh:
-            if (m_latchOpen)
+            if (m_latchOpen) {
                 m_divisorHigh = byte;
-            else
+            } else {
                 m_interruptEnable = byte;
+            }
             break;
         case kLineControl: {
             const bool wasOpen = m_latchOpen;
             m_lineControl = byte;
             m_latchOpen = (byte & kDivisorLatchBit) != 0;
-            if (wasOpen && !m_latchOpen)
+            if (wasOpen && !m_latchOpen) {
                 applyDivisor();
+            }
             break;
         }
         default:
@@ -59,8 +63,9 @@ void UartBridgePortIo::outport(uint16_t port, uint16_t value) {
 }
 
 uint16_t UartBridgePortIo::inport(uint16_t port) {
-    if (!isUartPort(port))
+    if (!isUartPort(port)) {
         return 0;
+    }
     switch (port & (kRegisterCount - 1)) {
         case kDataOrDivisorLow:
             return m_latchOpen ? m_divisorLow : 0;
@@ -75,12 +80,14 @@ uint16_t UartBridgePortIo::inport(uint16_t port) {
 
 void UartBridgePortIo::applyDivisor() {
     const int divisor = (m_divisorHigh << 8) | m_divisorLow;
-    if (divisor == 0)
+    if (divisor == 0) {
         return;
+    }
     m_appliedDivisor = divisor;
     const int rate = kUartClockBaud / divisor;
-    if (rate == m_line.baudRate())
+    if (rate == m_line.baudRate()) {
         return;
+    }
     // A USB adapter reports its queue empty while characters are still on their way; only their echoes
     // prove they have left at the old rate.
     m_line.waitForEchoes(kEchoDrainTimeoutMs);

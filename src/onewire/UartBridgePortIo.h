@@ -1,6 +1,6 @@
 #pragma once
 
-#include "PortIo.h"
+#include "onewire/PortIo.h"
 
 #include <QList>
 

@@ -1,6 +1,6 @@
-#include "VirtualIButton.h"
+#include "onewire/VirtualIButton.h"
 
-#include "VirtualIButtonMemory.h"
+#include "onewire/VirtualIButtonMemory.h"
 
 #include <algorithm>
 #include <cctype>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "VirtualIButton.h"
+#include "onewire/VirtualIButton.h"
 
 // A DS1993 or DS1994: 512 bytes of memory written through a 32-byte scratchpad. The DS1994's clock
 // registers above the memory are not modelled.

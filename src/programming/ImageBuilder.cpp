@@ -1,4 +1,4 @@
-#include "ImageBuilder.h"
+#include "programming/ImageBuilder.h"
 
 #include "records/Cp1252.h"
 #include "records/KeyHolderFile.h"

@@ -1,4 +1,4 @@
-#include "KeyCode.h"
+#include "programming/KeyCode.h"
 
 QString storedKeyCode(const QString& keyCodeString) {
     const QString last = keyCodeString.right(10);

@@ -1,4 +1,4 @@
-#include "KeyWriter.h"
+#include "programming/KeyWriter.h"
 
 #include "onewire/DowIo.h"
 

@@ -1,4 +1,4 @@
-#include "ProgrammingImage.h"
+#include "programming/ProgrammingImage.h"
 
 #include "onewire/Crc8.h"
 

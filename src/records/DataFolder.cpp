@@ -1,14 +1,14 @@
-#include "DataFolder.h"
+#include "records/DataFolder.h"
 
 #include <QDir>
 #include <QFileInfo>
 #include <filesystem>
 #include <system_error>
 
-#include "FileOps.h"
-#include "FolderName.h"
-#include "KeyHolderFile.h"
-#include "ReaderFile.h"
+#include "records/FileOps.h"
+#include "records/FolderName.h"
+#include "records/KeyHolderFile.h"
+#include "records/ReaderFile.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "FileOps.h"
+#include "records/FileOps.h"
 
 #include <QFileInfo>
 #include <cerrno>

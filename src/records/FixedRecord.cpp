@@ -1,6 +1,6 @@
-#include "FixedRecord.h"
+#include "records/FixedRecord.h"
 
-#include "Cp1252.h"
+#include "records/Cp1252.h"
 
 bool FixedRecord::setBytes(const QByteArray& raw) {
     if (raw.size() != m_bytes.size()) {

@@ -1,4 +1,4 @@
-#include "FolderName.h"
+#include "records/FolderName.h"
 
 #include <QRegularExpression>
 

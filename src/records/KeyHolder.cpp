@@ -1,4 +1,4 @@
-#include "KeyHolder.h"
+#include "records/KeyHolder.h"
 
 KeyHolder::KeyHolder() : FixedRecord(kSize, '\0') {}
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "FixedRecord.h"
+#include "records/FixedRecord.h"
 
 // One 512-byte record of asleutel.bst: a key holder's particulars, key code and two reader maps.
 // Text getters return the field as stored, padding included.

@@ -1,8 +1,8 @@
-#include "KeyHolderFile.h"
+#include "records/KeyHolderFile.h"
 
 #include <QDir>
 
-#include "ReaderFile.h"
+#include "records/ReaderFile.h"
 
 KeyHolderFile::KeyHolderFile(const QString& folder, FileOps* ops)
     : m_folder(folder), m_ops(ops), m_file(QDir(folder).filePath(QLatin1String(kFileName)), KeyHolder::kSize, ops) {}

@@ -2,8 +2,8 @@
 
 #include <QDate>
 
-#include "KeyHolder.h"
-#include "RecordFile.h"
+#include "records/KeyHolder.h"
+#include "records/RecordFile.h"
 
 // The text boxes of the key-holder details window.
 struct KeyHolderDetails {

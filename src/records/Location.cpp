@@ -1,4 +1,4 @@
-#include "Location.h"
+#include "records/Location.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include <QStringList>
 
-#include "FixedRecord.h"
+#include "records/FixedRecord.h"
 
 // One 986-byte record of locatie.bst. The nine texts lie in the file in another order than the
 // location grid shows them; both orders are kept here.

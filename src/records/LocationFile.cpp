@@ -1,8 +1,8 @@
-#include "LocationFile.h"
+#include "records/LocationFile.h"
 
 #include <QDir>
 
-#include "FolderName.h"
+#include "records/FolderName.h"
 
 LocationFile::LocationFile(const QString& bestandenFolder, FileOps* ops)
     : m_folder(bestandenFolder),

@@ -2,8 +2,8 @@
 
 #include <QList>
 
-#include "Location.h"
-#include "RecordFile.h"
+#include "records/Location.h"
+#include "records/RecordFile.h"
 
 // locatie.bst, directly in bestanden, with the record buffer the location screen shares. A saved row
 // takes its reserved bytes from whatever record was read last (all zero before any read); that

@@ -1,4 +1,4 @@
-#include "Reader.h"
+#include "records/Reader.h"
 
 Reader::Reader() : FixedRecord(kSize, ' ') {
     m_bytes[10] = 0;

@@ -2,7 +2,7 @@
 
 #include <QDate>
 
-#include "FixedRecord.h"
+#include "records/FixedRecord.h"
 
 // One 128-byte record of autonoom.bst. Its record number (from 1) is the reader's identity and its
 // bit in every access map. Text getters return the field as stored, padding included.

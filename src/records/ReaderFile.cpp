@@ -1,4 +1,4 @@
-#include "ReaderFile.h"
+#include "records/ReaderFile.h"
 
 #include <QDir>
 #include <cmath>

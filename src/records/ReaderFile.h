@@ -2,8 +2,8 @@
 
 #include <QDate>
 
-#include "Reader.h"
-#include "RecordFile.h"
+#include "records/Reader.h"
+#include "records/RecordFile.h"
 
 // The texts of one reader-grid row, columns 0..7, as the grid holds them.
 struct ReaderRow {

@@ -1,10 +1,10 @@
-#include "RecordFile.h"
+#include "records/RecordFile.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
-#include "FileOps.h"
+#include "records/FileOps.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "MessageBox.h"
+#include "screens/MessageBox.h"
 
 #include <QApplication>
 
@@ -14,13 +14,15 @@ QMessageBox::StandardButton show(QWidget* parent, QMessageBox::Icon icon, const 
                                  QMessageBox::StandardButtons buttons, QMessageBox::StandardButton defaultButton) {
     if (g_testMode) {
         g_shown.append({icon, title, text, buttons, defaultButton});
-        if (!g_answers.isEmpty())
+        if (!g_answers.isEmpty()) {
             return g_answers.takeFirst();
+        }
         return defaultButton != QMessageBox::NoButton ? defaultButton : QMessageBox::Ok;
     }
     QMessageBox box(icon, title, text, buttons, parent);
-    if (defaultButton != QMessageBox::NoButton)
+    if (defaultButton != QMessageBox::NoButton) {
         box.setDefaultButton(defaultButton);
+    }
     return QMessageBox::StandardButton(box.exec());
 }
 

@@ -1,4 +1,4 @@
-#include "PlaceholderWindow.h"
+#include "screens/PlaceholderWindow.h"
 
 #include <QCloseEvent>
 #include <QLabel>

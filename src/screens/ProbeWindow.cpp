@@ -1,11 +1,11 @@
-#include "ProbeWindow.h"
+#include "screens/ProbeWindow.h"
 
-#include "MessageBox.h"
-#include "Session.h"
 #include "onewire/DowIo.h"
 #include "programming/ImageBuilder.h"
 #include "programming/KeyWriter.h"
 #include "programming/ProgrammingImage.h"
+#include "screens/MessageBox.h"
+#include "screens/Session.h"
 
 #include <QApplication>
 #include <QGridLayout>

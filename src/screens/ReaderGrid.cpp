@@ -1,4 +1,4 @@
-#include "ReaderGrid.h"
+#include "screens/ReaderGrid.h"
 
 #include <QComboBox>
 #include <QHeaderView>
@@ -9,10 +9,10 @@
 #include <QTableView>
 #include <QVBoxLayout>
 
-#include "MessageBox.h"
-#include "ReaderListModel.h"
-#include "Session.h"
 #include "records/ReaderFile.h"
+#include "screens/MessageBox.h"
+#include "screens/ReaderListModel.h"
+#include "screens/Session.h"
 
 namespace {
 constexpr int kNameWidth = 20;
@@ -74,12 +74,14 @@ ReaderGrid::ReaderGrid(Session& session, QWidget* parent)
     connect(m_view, &QTableView::clicked, this, &ReaderGrid::Fg2_Click);
     connect(m_view, &QTableView::doubleClicked, this, &ReaderGrid::Fg2_DblClick);
     connect(m_view->selectionModel(), &QItemSelectionModel::currentChanged, this, [this](const QModelIndex& current) {
-        if (current != QModelIndex(m_editCell) && current != QModelIndex(m_choiceCell))
+        if (current != QModelIndex(m_editCell) && current != QModelIndex(m_choiceCell)) {
             Fg2_LeaveCell();
+        }
     });
     // The editors sit on the viewport; they would stay behind while the cells scroll away.
-    for (QScrollBar* bar : {m_view->horizontalScrollBar(), m_view->verticalScrollBar()})
+    for (QScrollBar* bar : {m_view->horizontalScrollBar(), m_view->verticalScrollBar()}) {
         connect(bar, &QScrollBar::valueChanged, this, [this] { Fg2_LeaveCell(); });
+    }
 }
 
 QString ReaderGrid::dataFolder() const {
@@ -105,10 +107,12 @@ bool ReaderGrid::fg2_laden() {
     const int lastRow = m_model->rowCount() - 1;
     // Scroll ranges follow the new rows only after a layout, which the view would otherwise delay.
     m_view->doItemsLayout();
-    if (topRow >= 0)
+    if (topRow >= 0) {
         m_view->scrollTo(m_model->index(qMin(topRow, lastRow), 0), QAbstractItemView::PositionAtTop);
-    if (current.isValid())
+    }
+    if (current.isValid()) {
         m_view->setCurrentIndex(m_model->index(qMin(current.row(), lastRow), current.column()));
+    }
 
     if (ok) {
         m_lastLoadError.clear();
@@ -125,14 +129,16 @@ int ReaderGrid::currentRow() const {
 }
 
 void ReaderGrid::Fg2_Click(const QModelIndex& index) {
-    if (!index.isValid())
+    if (!index.isValid()) {
         return;
+    }
     const int row = index.row();
     switch (index.column()) {
         case ReaderListModel::ColFlag:
             // The extra row is no reader yet; a key built for it would append a record.
-            if (!m_model->isNewReaderRow(row))
+            if (!m_model->isNewReaderRow(row)) {
                 Q_EMIT programKeyRequested(m_model->readerNumber(row));
+            }
             break;
         case ReaderListModel::ColNumber:
             Fg2_LeaveCell();
@@ -147,8 +153,9 @@ void ReaderGrid::Fg2_Click(const QModelIndex& index) {
         case ReaderListModel::ColTime:
             if (m_model->cell(row, ReaderListModel::ColRelay) != QLatin1String("Houd")) {
                 QStringList seconds;
-                for (int s = 1; s <= kLongestRelayTime; ++s)
+                for (int s = 1; s <= kLongestRelayTime; ++s) {
                     seconds.append(QString::number(s));
+                }
                 showChoices(index, seconds);
             }
             break;
@@ -158,11 +165,13 @@ void ReaderGrid::Fg2_Click(const QModelIndex& index) {
 }
 
 void ReaderGrid::Fg2_DblClick(const QModelIndex& index) {
-    if (!index.isValid())
+    if (!index.isValid()) {
         return;
+    }
     const int column = index.column();
-    if (column != ReaderListModel::ColName && column != ReaderListModel::ColCode)
+    if (column != ReaderListModel::ColName && column != ReaderListModel::ColCode) {
         return;
+    }
     Fg2_LeaveCell();
     m_editCell = index;
     m_txtedit->setMaxLength(column == ReaderListModel::ColName ? kNameWidth : kCodeWidth);
@@ -177,16 +186,18 @@ void ReaderGrid::Fg2_DblClick(const QModelIndex& index) {
 bool ReaderGrid::eventFilter(QObject* watched, QEvent* event) {
     if (event->type() == QEvent::KeyPress) {
         auto* key = static_cast<QKeyEvent*>(event);
-        if (watched == m_txtedit)
+        if (watched == m_txtedit) {
             return txtEdit_KeyPress(key);
+        }
         if (watched == m_list1 && key->key() == Qt::Key_Escape) {
             hideChoices();
             m_view->setFocus();
             return true;
         }
         if (watched == m_list1 && (key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter)) {
-            if (QListWidgetItem* item = m_list1->currentItem())
+            if (QListWidgetItem* item = m_list1->currentItem()) {
                 List1_Click(item);
+            }
             return true;
         }
     }
@@ -198,22 +209,28 @@ bool ReaderGrid::txtEdit_KeyPress(QKeyEvent* event) {
         Fg2_LeaveCell();
         return true;
     }
-    if (m_editCell.column() != ReaderListModel::ColCode)
+    if (m_editCell.column() != ReaderListModel::ColCode) {
         return false;
-    if (event->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier))
+    }
+    if (event->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier)) {
         return false;
+    }
     // The code column takes hex digits only; Backspace is dropped with the rest, on purpose.
-    if (event->key() == Qt::Key_Backspace)
+    if (event->key() == Qt::Key_Backspace) {
         return true;
-    if (event->key() == Qt::Key_Tab || event->key() == Qt::Key_Backtab || event->text().isEmpty())
+    }
+    if (event->key() == Qt::Key_Tab || event->key() == Qt::Key_Backtab || event->text().isEmpty()) {
         return false;
+    }
     QString allowed;
     for (const QChar c : event->text().toUpper()) {
-        if (kHexDigits.contains(c))
+        if (kHexDigits.contains(c)) {
             allowed.append(c);
+        }
     }
-    if (!allowed.isEmpty())
+    if (!allowed.isEmpty()) {
         m_txtedit->insert(allowed);
+    }
     return true;
 }
 
@@ -222,17 +239,20 @@ void ReaderGrid::Fg2_LeaveCell() {
     QWidget* editor = m_txtedit->isVisible()  ? static_cast<QWidget*>(m_txtedit)
                       : m_combo1->isVisible() ? static_cast<QWidget*>(m_combo1)
                                               : nullptr;
-    if (!editor)
+    if (!editor) {
         return;
+    }
     const QString text = editor == m_txtedit ? m_txtedit->text() : m_combo1->currentText();
     const QPersistentModelIndex cell = m_editCell;
     m_editCell = QPersistentModelIndex();
     const bool hadFocus = editor->hasFocus();
     editor->hide();
-    if (hadFocus)
+    if (hadFocus) {
         m_view->setFocus();
-    if (!cell.isValid())
+    }
+    if (!cell.isValid()) {
         return;
+    }
     m_model->setCell(cell.row(), cell.column(), text);
     Prog_Flag(cell.row());
     record_save(cell.row());
@@ -244,8 +264,9 @@ void ReaderGrid::showChoices(const QModelIndex& index, const QStringList& choice
     m_list1->addItems(choices);
     const QList<QListWidgetItem*> current =
         m_list1->findItems(m_model->cell(index.row(), index.column()), Qt::MatchExactly);
-    if (!current.isEmpty())
+    if (!current.isEmpty()) {
         m_list1->setCurrentItem(current.constFirst());
+    }
 
     const QRect cell = m_view->visualRect(index);
     const QRect area = m_view->viewport()->rect();
@@ -253,8 +274,9 @@ void ReaderGrid::showChoices(const QModelIndex& index, const QStringList& choice
     const int rowHeight = m_list1->sizeHintForRow(0);
     const int rows = qMin(int(choices.size()), kChoiceRowsShown);
     int width = qMax(cell.width(), m_list1->sizeHintForColumn(0) + frame);
-    if (choices.size() > kChoiceRowsShown)
+    if (choices.size() > kChoiceRowsShown) {
         width += m_list1->verticalScrollBar()->sizeHint().width();
+    }
     const int height = qMin(rows * rowHeight + frame, area.height());
     const int x = qMax(0, qMin(cell.left(), area.right() - width));
     const int y = qMax(0, qMin(cell.top(), area.bottom() - height));
@@ -263,16 +285,18 @@ void ReaderGrid::showChoices(const QModelIndex& index, const QStringList& choice
     m_list1->show();
     m_list1->raise();
     m_list1->setFocus();
-    if (m_list1->currentItem())
+    if (m_list1->currentItem()) {
         m_list1->scrollToItem(m_list1->currentItem());
+    }
 }
 
 void ReaderGrid::hideChoices() {
     if (m_list1->isVisible()) {
         const bool hadFocus = m_list1->hasFocus();
         m_list1->hide();
-        if (hadFocus)
+        if (hadFocus) {
             m_view->setFocus();
+        }
     }
     m_choiceCell = QPersistentModelIndex();
     m_model->setHighlightedRow(-1);
@@ -282,8 +306,9 @@ void ReaderGrid::List1_Click(QListWidgetItem* item) {
     const QPersistentModelIndex cell = m_choiceCell;
     const QString text = item ? item->text() : QString();
     hideChoices();
-    if (!cell.isValid() || !item)
+    if (!cell.isValid() || !item) {
         return;
+    }
     m_model->setCell(cell.row(), cell.column(), text);
     Prog_Flag(cell.row());
     record_save(cell.row());
@@ -294,15 +319,17 @@ void ReaderGrid::Prog_Flag(int row) {
 }
 
 bool ReaderGrid::record_save(int row) {
-    if (m_model->cell(row, ReaderListModel::ColKeyCount).isEmpty())
+    if (m_model->cell(row, ReaderListModel::ColKeyCount).isEmpty()) {
         m_model->setCell(row, ReaderListModel::ColKeyCount, QStringLiteral("0"));
+    }
     QString error;
     if (!ReaderFile(dataFolder(), m_session.fileOps).record_save(m_model->readerRow(row), m_today(), &error)) {
         reportAndReload(error);
         return false;
     }
-    if (m_model->isNewReaderRow(row) && m_model->readerNumber(row) > 0)
+    if (m_model->isNewReaderRow(row) && m_model->readerNumber(row) > 0) {
         m_model->appendNewReaderRow();
+    }
     return true;
 }
 
@@ -319,8 +346,9 @@ void ReaderGrid::wiscmd_Click() {
     const auto answer =
         MessageBox::show(this, QMessageBox::Critical, QStringLiteral("Locatie gegevens weggooien"),
                          QStringLiteral("Wissen regel ") + number, QMessageBox::Yes | QMessageBox::No, QMessageBox::No);
-    if (answer != QMessageBox::Yes)
+    if (answer != QMessageBox::Yes) {
         return;
+    }
     // The extra row holds no record: there is nothing to take out of the file.
     if (!m_model->isNewReaderRow(row)) {
         QString error;
@@ -343,14 +371,16 @@ void ReaderGrid::clearCurrentFlag() {
         reportAndReload(error);
         return;
     }
-    if (n < 1 || n > count)
+    if (n < 1 || n > count) {
         return;
+    }
     Reader reader;
     if (!file.read(n, &reader, &error)) {
         reportAndReload(error);
         return;
     }
     reader.setChangedFlag(QString());
-    if (!file.write(n, reader, &error))
+    if (!file.write(n, reader, &error)) {
         reportAndReload(error);
+    }
 }

@@ -1,4 +1,4 @@
-#include "ReaderListModel.h"
+#include "screens/ReaderListModel.h"
 
 #include <QColor>
 #include <QFont>
@@ -7,8 +7,9 @@ namespace {
 // Fixed-width fields come back padded; the grid shows what was typed.
 QString trimRight(const QString& text) {
     qsizetype end = text.size();
-    while (end > 0 && text.at(end - 1).isSpace())
+    while (end > 0 && text.at(end - 1).isSpace()) {
         --end;
+    }
     return text.left(end);
 }
 }  // namespace
@@ -46,8 +47,9 @@ bool ReaderListModel::fg2_laden(const QString& folder, bool keyWritten, QString*
     for (int n = 1; ok && n <= count; ++n) {
         Reader reader;
         ok = file.read(n, &reader, error);
-        if (ok)
+        if (ok) {
             m_rows.append(rowTexts(n, reader, keyWritten));
+        }
     }
     m_rows.append(newReaderRow(m_rows.size() + 1));
     endResetModel();
@@ -55,16 +57,19 @@ bool ReaderListModel::fg2_laden(const QString& folder, bool keyWritten, QString*
 }
 
 QString ReaderListModel::cell(int row, int column) const {
-    if (row < 0 || row >= m_rows.size() || column < 0 || column >= kColumnCount)
+    if (row < 0 || row >= m_rows.size() || column < 0 || column >= kColumnCount) {
         return {};
+    }
     return m_rows.at(row).at(column);
 }
 
 void ReaderListModel::setCell(int row, int column, const QString& text) {
-    if (row < 0 || row >= m_rows.size() || column < 0 || column >= kColumnCount)
+    if (row < 0 || row >= m_rows.size() || column < 0 || column >= kColumnCount) {
         return;
-    if (m_rows.at(row).at(column) == text)
+    }
+    if (m_rows.at(row).at(column) == text) {
         return;
+    }
     m_rows[row][column] = text;
     const QModelIndex changed = index(row, column);
     Q_EMIT dataChanged(changed, changed);
@@ -97,13 +102,15 @@ void ReaderListModel::appendNewReaderRow() {
 }
 
 void ReaderListModel::setHighlightedRow(int row) {
-    if (row == m_highlightedRow)
+    if (row == m_highlightedRow) {
         return;
+    }
     const int old = m_highlightedRow;
     m_highlightedRow = row;
     for (int r : {old, row}) {
-        if (r >= 0 && r < m_rows.size())
+        if (r >= 0 && r < m_rows.size()) {
             Q_EMIT dataChanged(index(r, ColNumber), index(r, ColNumber));
+        }
     }
 }
 
@@ -116,8 +123,9 @@ int ReaderListModel::columnCount(const QModelIndex& parent) const {
 }
 
 QVariant ReaderListModel::data(const QModelIndex& index, int role) const {
-    if (!index.isValid() || index.row() >= m_rows.size() || index.column() >= kColumnCount)
+    if (!index.isValid() || index.row() >= m_rows.size() || index.column() >= kColumnCount) {
         return {};
+    }
     const bool flagColumn = index.column() == ColFlag;
     const bool highlighted = index.column() == ColNumber && index.row() == m_highlightedRow;
     switch (role) {
@@ -125,10 +133,12 @@ QVariant ReaderListModel::data(const QModelIndex& index, int role) const {
         case Qt::EditRole:
             return m_rows.at(index.row()).at(index.column());
         case Qt::ForegroundRole:
-            if (flagColumn)
+            if (flagColumn) {
                 return QColor(Qt::red);
-            if (highlighted)
+            }
+            if (highlighted) {
                 return QColor(Qt::white);
+            }
             return {};
         case Qt::BackgroundRole:
             // The highlight colour value FF0000 is blue: the value counts blue, green, red.
@@ -141,8 +151,9 @@ QVariant ReaderListModel::data(const QModelIndex& index, int role) const {
             }
             return {};
         case Qt::TextAlignmentRole:
-            if (flagColumn)
+            if (flagColumn) {
                 return int(Qt::AlignCenter);
+            }
             return {};
         default:
             return {};
@@ -150,26 +161,31 @@ QVariant ReaderListModel::data(const QModelIndex& index, int role) const {
 }
 
 bool ReaderListModel::setData(const QModelIndex& index, const QVariant& value, int role) {
-    if (!index.isValid() || role != Qt::EditRole || index.row() >= m_rows.size())
+    if (!index.isValid() || role != Qt::EditRole || index.row() >= m_rows.size()) {
         return false;
+    }
     setCell(index.row(), index.column(), value.toString());
     return true;
 }
 
 QVariant ReaderListModel::headerData(int section, Qt::Orientation orientation, int role) const {
-    if (role != Qt::DisplayRole)
+    if (role != Qt::DisplayRole) {
         return {};
-    if (orientation == Qt::Vertical)
+    }
+    if (orientation == Qt::Vertical) {
         return section + 1;
+    }
     static const char* const kHeaders[kColumnCount] = {"",    "",       "LezerNaam", "aantalsleutels", "lezerkode",
                                                        "LED", "Relais", "Tijd",      "Datum"};
-    if (section < 0 || section >= kColumnCount)
+    if (section < 0 || section >= kColumnCount) {
         return {};
+    }
     return QString::fromLatin1(kHeaders[section]);
 }
 
 Qt::ItemFlags ReaderListModel::flags(const QModelIndex& index) const {
-    if (!index.isValid())
+    if (!index.isValid()) {
         return Qt::NoItemFlags;
+    }
     return Qt::ItemIsEnabled | Qt::ItemIsSelectable;
 }

@@ -1,4 +1,4 @@
-#include "Session.h"
+#include "screens/Session.h"
 
 #include "records/DataFolder.h"
 

@@ -1,4 +1,4 @@
-#include "SettingsStore.h"
+#include "screens/SettingsStore.h"
 
 #include <QSettings>
 

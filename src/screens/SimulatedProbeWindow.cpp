@@ -1,4 +1,4 @@
-#include "SimulatedProbeWindow.h"
+#include "screens/SimulatedProbeWindow.h"
 
 #include <QButtonGroup>
 #include <QComboBox>
@@ -8,8 +8,8 @@
 #include <QRadioButton>
 #include <QSignalBlocker>
 
-#include "MessageBox.h"
 #include "onewire/SimulatedProbe.h"
+#include "screens/MessageBox.h"
 
 namespace {
 // Button ids are the key indexes; -1 means "pick one" to a button group.
@@ -74,8 +74,9 @@ SimulatedProbeWindow::SimulatedProbeWindow(SimulatedProbe& probe, QWidget* paren
     m_group->addButton(customButton, customIndex());
     m_customKind = new QComboBox(this);
     m_customKind->setObjectName(QStringLiteral("eigentype"));
-    for (Kind kind : {Kind::Ds1990A, Kind::Ds1990, Kind::Ds1993, Kind::Ds1994})
+    for (Kind kind : {Kind::Ds1990A, Kind::Ds1990, Kind::Ds1993, Kind::Ds1994}) {
         m_customKind->addItem(VirtualIButton::kindName(kind).toUpper(), VirtualIButton::kindName(kind));
+    }
     m_customRom = new QLineEdit(this);
     m_customRom->setObjectName(QStringLiteral("eigenrom"));
     m_customRom->setPlaceholderText(QStringLiteral("ROM-code, familiecode eerst (14 of 16 hexcijfers)"));
@@ -101,14 +102,16 @@ SimulatedProbeWindow::~SimulatedProbeWindow() {
 }
 
 QString SimulatedProbeWindow::keyLabel(int index) const {
-    if (index < 0 || index >= keyCount())
+    if (index < 0 || index >= keyCount()) {
         return {};
+    }
     return m_keys[index].label;
 }
 
 void SimulatedProbeWindow::takeAway() {
-    if (m_touched == kNoKey)
+    if (m_touched == kNoKey) {
         return;
+    }
     Entry& entry = m_keys[m_touched];
     entry.stored = m_probe.removeKey(entry.onProbe);
     entry.onProbe = nullptr;
@@ -130,8 +133,9 @@ bool SimulatedProbeWindow::touch(int index, QString* error) {
             return false;
         }
         // The same key touched again keeps what was written into it.
-        if (!entry.stored || entry.stored->kind() != typed->kind() || entry.stored->rom() != typed->rom())
+        if (!entry.stored || entry.stored->kind() != typed->kind() || entry.stored->rom() != typed->rom()) {
             entry.stored = std::move(typed);
+        }
     }
     entry.onProbe = m_probe.insertKey(std::move(entry.stored));
     m_touched = index;
@@ -145,8 +149,9 @@ void SimulatedProbeWindow::onChoice(int id) {
         MessageBox::error(this, error);
     }
     const QSignalBlocker blocker(m_group);
-    if (QAbstractButton* button = m_group->button(m_touched == kNoKey ? kNoKeyButton : m_touched))
+    if (QAbstractButton* button = m_group->button(m_touched == kNoKey ? kNoKeyButton : m_touched)) {
         button->setChecked(true);
+    }
 }
 
 void SimulatedProbeWindow::updateStatus() {

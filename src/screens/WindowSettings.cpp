@@ -1,10 +1,10 @@
-#include "WindowSettings.h"
+#include "screens/WindowSettings.h"
 
 #include <QHeaderView>
 #include <QWidget>
 #include <cmath>
 
-#include "SettingsStore.h"
+#include "screens/SettingsStore.h"
 
 namespace WindowSettings {
 
@@ -49,8 +49,9 @@ int restoredColumnTwips(MinWidthRule rule, int column, const QString& storedText
             raise = column == 0;
             break;
     }
-    if (raise && twips < kMinColumnTwips)
+    if (raise && twips < kMinColumnTwips) {
         return kMinColumnTwips;
+    }
     return twips < 0 ? 0 : twips;
 }
 
@@ -61,8 +62,9 @@ void restoreColumnWidths(QHeaderView* header, const SettingsStore& store, const 
     for (int column = first; column <= last && column < header->count(); ++column) {
         const int twips = restoredColumnTwips(rule, column, store.get(section, colwidthKey(column), defaultText));
         header->setSectionHidden(column, twips == 0);
-        if (twips > 0)
+        if (twips > 0) {
             header->resizeSection(column, twipsToPixels(twips, dpi));
+        }
     }
 }
 
@@ -87,8 +89,9 @@ void restoreGeometry(QWidget* window, const SettingsStore& store, const QString&
 }
 
 bool saveGeometry(const QWidget* window, SettingsStore& store, const QString& section) {
-    if (window->windowState() & (Qt::WindowMinimized | Qt::WindowMaximized | Qt::WindowFullScreen))
+    if (window->windowState() & (Qt::WindowMinimized | Qt::WindowMaximized | Qt::WindowFullScreen)) {
         return false;
+    }
     const int dpiX = window->logicalDpiX();
     const int dpiY = window->logicalDpiY();
     auto text = [](double twips) { return QString::number(twips, 'f', 0); };

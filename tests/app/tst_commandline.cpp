@@ -1,7 +1,7 @@
 #include <QStandardPaths>
 #include <QtTest>
 
-#include "CommandLine.h"
+#include "app/CommandLine.h"
 
 class TestCommandLine : public QObject {
     Q_OBJECT
@@ -30,8 +30,9 @@ private Q_SLOTS:
         QFETCH(bool, failed);
         const CommandLine line = CommandLine::parse(arguments);
         QCOMPARE(!line.error.isEmpty(), failed);
-        if (failed)
+        if (failed) {
             return;
+        }
         QCOMPARE(line.home, home);
         QCOMPARE(line.simulate, simulate);
         QCOMPARE(line.com2Path, com2);

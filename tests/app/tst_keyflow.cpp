@@ -4,16 +4,16 @@
 #include <QRadioButton>
 #include <QTableView>
 
-#include "AppFixture.h"
-#include "MessageBox.h"
-#include "ReaderGrid.h"
-#include "ReaderListModel.h"
-#include "SimulatedProbeWindow.h"
 #include "onewire/SimulatedProbe.h"
 #include "onewire/VirtualIButton.h"
 #include "programming/ProgrammingImage.h"
 #include "records/KeyHolderFile.h"
 #include "records/ReaderFile.h"
+#include "screens/MessageBox.h"
+#include "screens/ReaderGrid.h"
+#include "screens/ReaderListModel.h"
+#include "screens/SimulatedProbeWindow.h"
+#include "support/AppFixture.h"
 
 using Col = ReaderListModel::Column;
 
@@ -74,8 +74,9 @@ private Q_SLOTS:
         });
         // Should the key never arrive, the test fails on what it finds instead of waiting for ever.
         QTimer::singleShot(8000, &window, [] {
-            if (QWidget* stuck = QApplication::activeModalWidget())
+            if (QWidget* stuck = QApplication::activeModalWidget()) {
                 stuck->close();
+            }
         });
         QTableView* view = window.grid()->view();
         const QModelIndex mark = view->model()->index(1, Col::ColFlag);

@@ -6,11 +6,11 @@
 #include <QPushButton>
 #include <QSerialPort>
 
-#include "AppFixture.h"
-#include "PortDialog.h"
-#include "SettingsStore.h"
+#include "app/PortDialog.h"
 #include "onewire/SerialLine.h"
 #include "screens/MessageBox.h"
+#include "screens/SettingsStore.h"
+#include "support/AppFixture.h"
 
 namespace {
 
@@ -19,12 +19,14 @@ struct PseudoTerminal {
     int master = posix_openpt(O_RDWR | O_NOCTTY);
     QString slave;
     PseudoTerminal() {
-        if (master >= 0 && grantpt(master) == 0 && unlockpt(master) == 0)
+        if (master >= 0 && grantpt(master) == 0 && unlockpt(master) == 0) {
             slave = QString::fromLocal8Bit(ptsname(master));
+        }
     }
     ~PseudoTerminal() {
-        if (master >= 0)
+        if (master >= 0) {
             ::close(master);
+        }
     }
 };
 
@@ -53,8 +55,9 @@ private Q_SLOTS:
         QVERIFY(!com1Pty.slave.isEmpty() && !com2Pty.slave.isEmpty());
         AppFixture fx;
         fx.com1 = com1Pty.slave;
-        if (com2Exists)
+        if (com2Exists) {
             fx.com2 = com2Pty.slave;
+        }
         StartWindow& window = fx.start();
         window.show();
         SerialLine& line = fx.app->line();

@@ -4,8 +4,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-#include "SettingsStore.h"
-#include "WindowSettings.h"
+#include "screens/SettingsStore.h"
+#include "screens/WindowSettings.h"
 
 using namespace WindowSettings;
 

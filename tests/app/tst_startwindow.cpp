@@ -5,16 +5,16 @@
 #include <QSettings>
 #include <QTableView>
 
-#include "AboutDialog.h"
-#include "AppFixture.h"
-#include "SettingsStore.h"
-#include "WindowSettings.h"
+#include "app/AboutDialog.h"
 #include "records/ReaderFile.h"
 #include "screens/MessageBox.h"
 #include "screens/PlaceholderWindow.h"
 #include "screens/ReaderGrid.h"
 #include "screens/ReaderListModel.h"
 #include "screens/Session.h"
+#include "screens/SettingsStore.h"
+#include "screens/WindowSettings.h"
+#include "support/AppFixture.h"
 
 using Col = ReaderListModel::Column;
 using WindowSettings::pixelsToTwips;
@@ -48,8 +48,9 @@ bool reactivate(QWidget* window) {
     QWidget other;
     other.show();
     other.activateWindow();
-    if (!QTest::qWaitForWindowActive(&other))
+    if (!QTest::qWaitForWindowActive(&other)) {
         return false;
+    }
     window->activateWindow();
     return QTest::qWaitForWindowActive(window);
 }
@@ -87,8 +88,9 @@ private Q_SLOTS:
         QCOMPARE(window.width(), twipsToPixels(9000, dpiX));
         QCOMPARE(window.height(), twipsToPixels(3500, dpiY));
         const QHeaderView* header = window.grid()->view()->horizontalHeader();
-        for (int c = 0; c <= 5; ++c)
+        for (int c = 0; c <= 5; ++c) {
             QCOMPARE(header->sectionSize(c), twipsToPixels(900, dpiX));
+        }
 
         // The port could not be opened; the program runs on and says so.
         QVERIFY(!fx.app->line().isOpen());
@@ -189,13 +191,15 @@ private Q_SLOTS:
         auto* button = window.findChild<QPushButton*>("CmdHelp");
         auto* list = window.findChild<QListWidget*>("Helplst");
         QCOMPARE(button->text(), QString("Help"));
-        for (int i = 0; i < presses; ++i)
+        for (int i = 0; i < presses; ++i) {
             QTest::mouseClick(button, Qt::LeftButton);
+        }
         QCOMPARE(button->text(), caption);
         QCOMPARE(list->isVisible(), shown);
         QCOMPARE(list->count(), shown ? 15 : 0);
-        if (!shown)
+        if (!shown) {
             return;
+        }
         const QString indent(18, ' ');
         QCOMPARE(list->item(0)->text(), QString(" In dit scherm kunt U een lezer toevoegen of verwijderen-"));
         QCOMPARE(list->item(1)->text(), QString(58, '_'));
@@ -293,8 +297,9 @@ private Q_SLOTS:
         QVERIFY(!window.isVisible());
         PlaceholderWindow* access = nullptr;
         for (QWidget* w : QApplication::topLevelWidgets()) {
-            if (w->objectName() == "sleutelfrm" && w->isVisible())
+            if (w->objectName() == "sleutelfrm" && w->isVisible()) {
                 access = qobject_cast<PlaceholderWindow*>(w);
+            }
         }
         QVERIFY(access);
         QCOMPARE(access->heading(), QString("Magazijn"));

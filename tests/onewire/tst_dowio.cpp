@@ -1,5 +1,5 @@
-#include "OneWireDoubles.h"
 #include "onewire/DowIo.h"
+#include "support/OneWireDoubles.h"
 
 #include <QElapsedTimer>
 #include <QTest>
@@ -20,8 +20,9 @@ QByteArray hex(const char* text) {
 
 QStringList outs(int base, std::initializer_list<std::pair<int, int>> offsetAndValue) {
     QStringList events;
-    for (auto [offset, value] : offsetAndValue)
+    for (auto [offset, value] : offsetAndValue) {
         events << QStringLiteral("out %1 %2").arg(base + offset).arg(value);
+    }
     return events;
 }
 
@@ -38,10 +39,12 @@ QStringList fastProgram(int base) {
 // too many or too few. Another command goes unanswered, so its read slots echo all ones.
 std::function<QByteArray(const QByteArray&)> keyWithRom(const QByteArray& rom, int slotDelta = 0, int command = 0) {
     return [=](const QByteArray& run) {
-        if (run == hex("F0"))
+        if (run == hex("F0")) {
             return hex("E0");
-        if (command != 0 && run.left(8) != slotsFor(QByteArray(1, char(command))))
+        }
+        if (command != 0 && run.left(8) != slotsFor(QByteArray(1, char(command)))) {
             return run;
+        }
         QByteArray echoes = run.left(8) + slotsFor(rom, char(0xFE)) + QByteArray(qMax(slotDelta, 0), char(0xFF));
         echoes.chop(qMax(-slotDelta, 0));
         return echoes;
@@ -51,8 +54,9 @@ std::function<QByteArray(const QByteArray&)> keyWithRom(const QByteArray& rom, i
 QList<int> commandsSent(const QList<QByteArray>& runs) {
     QList<int> sent;
     for (const QByteArray& run : runs) {
-        if (run.size() == 72)
+        if (run.size() == 72) {
             sent << uint8_t(bytesFromEchoes(run.left(8)).at(0));
+        }
     }
     return sent;
 }
@@ -251,16 +255,18 @@ private Q_SLOTS:
         r.line.respond = keyWithRom(hex("01102030405060F5"), 0, DowIo::kReadRomOld);
         r.dow.setCommandToggle(1);
         QList<int> statuses;
-        for (int tick = 0; tick < 6; ++tick)
+        for (int tick = 0; tick < 6; ++tick) {
             statuses << r.dow.readKeyCode().status;
+        }
         using I = DowIo::Identification;
         QCOMPARE(statuses, (QList<int>{I::ResetSent, I::NoResult, I::ResetSent, I::Ok, I::ResetSent, I::NoResult}));
         QCOMPARE(commandsSent(r.line.runs), (QList<int>{0x33, 0x0F, 0x33}));
 
         // The probe's own identification always uses 0x33 and leaves the alternation where it was.
         r.line.runs.clear();
-        for (int tick = 0; tick < 4; ++tick)
+        for (int tick = 0; tick < 4; ++tick) {
             r.dow.identifyProbe();
+        }
         r.dow.readKeyCode();
         r.dow.readKeyCode();
         QCOMPARE(commandsSent(r.line.runs), (QList<int>{0x33, 0x33, 0x0F}));
@@ -316,8 +322,9 @@ private Q_SLOTS:
         Rig r;
         int presences = scenario == QLatin1String("pulled") ? 1 : scenario == QLatin1String("nokey") ? 0 : 1000;
         r.line.respond = [&](const QByteArray& run) {
-            if (run == hex("F0"))
+            if (run == hex("F0")) {
                 return presences-- > 0 ? hex("E0") : hex("F0");
+            }
             return scenario == QLatin1String("noechoes") ? QByteArray() : run;
         };
         r.line.opened = scenario != QLatin1String("closed");

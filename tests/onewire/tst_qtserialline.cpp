@@ -1,5 +1,5 @@
-#include "OneWireDoubles.h"
 #include "onewire/QtSerialLine.h"
+#include "support/OneWireDoubles.h"
 
 #include <QElapsedTimer>
 #include <QTest>
@@ -23,21 +23,24 @@ class PtyProbe {
 public:
     explicit PtyProbe(std::function<QByteArray(char)> answer = {}) {
         master = ::posix_openpt(O_RDWR | O_NOCTTY);
-        if (master >= 0 && ::grantpt(master) == 0 && ::unlockpt(master) == 0)
+        if (master >= 0 && ::grantpt(master) == 0 && ::unlockpt(master) == 0) {
             path = QString::fromLocal8Bit(::ptsname(master));
+        }
         m_thread = std::thread([this, answer] {
             while (!m_stop) {
                 pollfd pfd{master, POLLIN, 0};
                 char buffer[256];
                 const ssize_t n = ::poll(&pfd, 1, 5) > 0 && (pfd.revents & POLLIN) ? ::read(master, buffer, 256) : 0;
                 QByteArray reply;
-                for (ssize_t i = 0; i < n; ++i)
+                for (ssize_t i = 0; i < n; ++i) {
                     reply += answer ? answer(buffer[i]) : QByteArray(1, buffer[i]);
+                }
                 // Without a slave side open, poll reports a hang-up at once.
-                if (n <= 0)
+                if (n <= 0) {
                     std::this_thread::sleep_for(std::chrono::milliseconds(1));
-                else if (::write(master, reply.constData(), size_t(reply.size())) < 0)
+                } else if (::write(master, reply.constData(), size_t(reply.size())) < 0) {
                     break;
+                }
             }
         });
     }
@@ -51,10 +54,12 @@ public:
     // Like pulling the USB adapter out.
     void hangUp() {
         m_stop = true;
-        if (m_thread.joinable())
+        if (m_thread.joinable()) {
             m_thread.join();
-        if (master >= 0)
+        }
+        if (master >= 0) {
             ::close(master);
+        }
         master = -1;
     }
 
@@ -146,8 +151,9 @@ private Q_SLOTS:
         probe.hangUp();
         QVERIFY(!line.waitForEchoes(200) || !line.write("cd") || !line.waitForEchoes(200));
         clock.restart();
-        for (int i = 0; i < 3 && line.isOpen(); ++i)
+        for (int i = 0; i < 3 && line.isOpen(); ++i) {
             line.write("e");
+        }
         line.inBufferCount();
         QVERIFY(!line.isOpen());
         QVERIFY(!line.write("f"));

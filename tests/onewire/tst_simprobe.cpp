@@ -1,6 +1,6 @@
-#include "OneWireDoubles.h"
-#include "SimulatedProbe.h"
-#include "VirtualIButtonMemory.h"
+#include "onewire/SimulatedProbe.h"
+#include "onewire/VirtualIButtonMemory.h"
+#include "support/OneWireDoubles.h"
 
 #include <QElapsedTimer>
 #include <QTest>
@@ -17,8 +17,9 @@ constexpr char kZero = char(0x00);
 std::unique_ptr<VirtualIButton> makeKey(const QString& text) {
     QString error;
     auto key = VirtualIButton::fromText(text, &error);
-    if (!key)
+    if (!key) {
         qFatal("%s", qPrintable(error));
+    }
     return key;
 }
 
@@ -63,8 +64,9 @@ private Q_SLOTS:
             VirtualIButton* key = m_probe->insertKey(makeKey(QStringLiteral("ds1993:06A1B2C3D4E5F%1").arg(i)));
             QVERIFY(key->setPresenceEcho(uint8_t(presenceEchoes[i])));
             // Two pulses, none, or one under the reset itself: refused, and the timing stays.
-            for (int bad : {0xA0, 0xF0, 0xE8})
+            for (int bad : {0xA0, 0xF0, 0xE8}) {
                 QVERIFY(!key->setPresenceEcho(uint8_t(bad)));
+            }
         }
         QCOMPARE(exchange(QByteArray(1, char(character)), baud), QByteArray(1, char(echo)));
         // Whatever happened, a proper reset afterwards finds the keys again.
@@ -95,8 +97,9 @@ private Q_SLOTS:
         QCOMPARE(echoes.left(8), commandSlots);
         QCOMPARE(bytesFromEchoes(echoes.mid(8)), rom.isEmpty() ? QByteArray(8, kOne) : rom);
         // A 0 is held 15-60 us into an 8.7 us slot: some extra low bits, never the whole character.
-        for (char echo : echoes.mid(8))
+        for (char echo : echoes.mid(8)) {
             QVERIFY2(uint8_t(echo) == 0xFF || uint8_t(echo) >= 0xC0, qPrintable(QString::number(uint8_t(echo), 16)));
+        }
     }
 
     void scratchpadAndCopy_data() {
@@ -143,8 +146,9 @@ private Q_SLOTS:
         // Copy Scratchpad: after a copy the key sends zeros until the next reset.
         QCOMPARE(transaction("\xCC\x55" + authorisation, 1), QByteArray(1, copied ? kZero : kOne));
         QByteArray expected = pattern(512, 100);
-        if (copied)
+        if (copied) {
             expected.replace(target, stored, data.left(stored));
+        }
         // The same copy again changes nothing. Read Memory from the target to past the end of memory leaves E/S.
         transaction("\xCC\x55" + authorisation, 1);
         QCOMPARE(transaction("\xCC\xF0" + address, 514 - target), expected.mid(target) + QByteArray(2, kOne));
@@ -163,8 +167,9 @@ private Q_SLOTS:
     void searchRom() {
         QFETCH(QStringList, keys);
         std::set<QByteArray> expected, found;
-        for (const QString& text : keys)
+        for (const QString& text : keys) {
             expected.insert(romBytes(*m_probe->insertKey(makeKey(text))));
+        }
         QByteArray rom(8, '\0');
         for (int lastDiscrepancy = 0; found.size() <= expected.size();) {
             QVERIFY(resetFindsKey());
@@ -184,8 +189,9 @@ private Q_SLOTS:
                 exchange(QByteArray(1, direction ? kOne : kZero));
             }
             found.insert(rom);
-            if ((lastDiscrepancy = discrepancy) == 0)
+            if ((lastDiscrepancy = discrepancy) == 0) {
                 break;
+            }
         }
         QCOMPARE(found, expected);
     }
@@ -339,8 +345,9 @@ private:
     }
     // Reset, the given bytes, then readBytes bytes read.
     QByteArray transaction(const QByteArray& bytes, int readBytes) {
-        if (!resetFindsKey())
+        if (!resetFindsKey()) {
             return "no presence";
+        }
         return bytesFromEchoes(exchange(slotsFor(bytes) + QByteArray(readBytes * 8, kOne)).mid(bytes.size() * 8));
     }
 

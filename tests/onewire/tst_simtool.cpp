@@ -1,7 +1,7 @@
-#include "OneWireDoubles.h"
 #include "onewire/DowIo.h"
 #include "onewire/QtSerialLine.h"
 #include "onewire/UartBridgePortIo.h"
+#include "support/OneWireDoubles.h"
 
 #include <QElapsedTimer>
 #include <QProcess>
@@ -49,8 +49,9 @@ private Q_SLOTS:
         QVERIFY2(start(arguments), qPrintable(m_tool.readAllStandardError()));
         const QByteArray echo = exchange(baud, "\xF0");
         QVERIFY2(presence ? isPresence(echo) : echo == "\xF0", echo.toHex().constData());
-        if (!presence)
+        if (!presence) {
             return;
+        }
         QElapsedTimer timer;
         timer.start();
         const QByteArray echoes = exchange(kSlotBaud, slotsFor("\x33") + QByteArray(64, char(0xFF)));
@@ -74,8 +75,9 @@ private Q_SLOTS:
         exchange(kSlotBaud, slotsFor(QByteArray::fromHex("CC5500011F")));
         m_tool.write("dump\n");
         QStringList lines;
-        for (int i = 0; i < 16; ++i)
+        for (int i = 0; i < 16; ++i) {
             lines << readLine();
+        }
         const QStringList zeros(8, QString(64, '0'));
         QCOMPARE(lines, zeros + QStringList{QString::fromLatin1(page.toHex().toUpper())} + zeros.mid(1));
 
@@ -148,8 +150,9 @@ private:
     // Characters at a rate, and exactly their echoes.
     QByteArray exchange(int baud, const QByteArray& characters) {
         m_line.setBaudRate(baud);
-        if (!m_line.write(characters) || !m_line.waitForEchoes(2000))
+        if (!m_line.write(characters) || !m_line.waitForEchoes(2000)) {
             return "no echoes";
+        }
         return readAll(m_line);
     }
 

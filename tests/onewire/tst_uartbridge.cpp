@@ -1,5 +1,5 @@
-#include "OneWireDoubles.h"
 #include "onewire/UartBridgePortIo.h"
+#include "support/OneWireDoubles.h"
 
 #include <QTest>
 
@@ -40,12 +40,14 @@ private Q_SLOTS:
         EventLog log;
         ScriptedSerialLine line(&log);
         UartBridgePortIo bridge(line);
-        for (const Write& w : writes)
+        for (const Write& w : writes) {
             bridge.outport(uint16_t(w.first), uint16_t(w.second));
+        }
         QList<int> applied;
         for (const QString& event : log.events) {
-            if (event.startsWith(QLatin1String("baud ")))
+            if (event.startsWith(QLatin1String("baud "))) {
                 applied << event.section(QLatin1Char(' '), 1, 1).toInt();
+            }
         }
         QCOMPARE(applied, rates);
     }
@@ -57,8 +59,9 @@ private Q_SLOTS:
         UartBridgePortIo bridge(line);
         line.write(QByteArray(40, char(0xFF)));
         log.take();
-        for (Write w : QList<Write>{{0x3FB, 0x83}, {0x3F8, 11}, {0x3F9, 0}})
+        for (Write w : QList<Write>{{0x3FB, 0x83}, {0x3F8, 11}, {0x3F9, 0}}) {
             bridge.outport(uint16_t(w.first), uint16_t(w.second));
+        }
         QCOMPARE(log.take(), QStringList());  // nothing happens while the latch is open
         bridge.outport(0x3FB, 3);
         QCOMPARE(log.take(), (QStringList{"echoes", "baud 10472 inflight 0"}));

@@ -6,11 +6,11 @@
 #include <QTest>
 #include <functional>
 
-#include "FileOps.h"
-#include "KeyHolderFile.h"
-#include "LocationFile.h"
-#include "ReaderFile.h"
-#include "RecordFixtures.h"
+#include "records/FileOps.h"
+#include "records/KeyHolderFile.h"
+#include "records/LocationFile.h"
+#include "records/ReaderFile.h"
+#include "support/RecordFixtures.h"
 
 using namespace fixtures;
 
@@ -113,8 +113,9 @@ private Q_SLOTS:
         for (int failAt = 1;; ++failAt) {
             QTemporaryDir dir;
             QString error;
-            for (int n = 1; n <= 2; ++n)
+            for (int n = 1; n <= 2; ++n) {
                 QVERIFY(ReaderFile(dir.path()).write(n, Reader::defaultRecord(kToday.addDays(-9)), &error));
+            }
             QVERIFY(KeyHolderFile(dir.path()).create(&error));
 
             FaultyFileOps ops(failAt);

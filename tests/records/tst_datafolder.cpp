@@ -3,9 +3,9 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include "DataFolder.h"
-#include "Reader.h"
-#include "RecordFixtures.h"
+#include "records/DataFolder.h"
+#include "records/Reader.h"
+#include "support/RecordFixtures.h"
 
 using namespace fixtures;
 

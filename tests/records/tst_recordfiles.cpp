@@ -4,12 +4,12 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include "FolderName.h"
-#include "KeyHolderFile.h"
-#include "LocationFile.h"
-#include "ReaderFile.h"
-#include "RecordFile.h"
-#include "RecordFixtures.h"
+#include "records/FolderName.h"
+#include "records/KeyHolderFile.h"
+#include "records/LocationFile.h"
+#include "records/ReaderFile.h"
+#include "records/RecordFile.h"
+#include "support/RecordFixtures.h"
 
 using namespace fixtures;
 

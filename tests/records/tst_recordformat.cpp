@@ -1,11 +1,11 @@
 // Byte layout of the three record types, the Windows-1252 text, the mode byte and the reader maps.
 #include <QTest>
 
-#include "Cp1252.h"
-#include "KeyHolder.h"
-#include "Location.h"
-#include "Reader.h"
-#include "RecordFixtures.h"
+#include "records/Cp1252.h"
+#include "records/KeyHolder.h"
+#include "records/Location.h"
+#include "records/Reader.h"
+#include "support/RecordFixtures.h"
 
 using namespace fixtures;
 

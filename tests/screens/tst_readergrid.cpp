@@ -2,10 +2,10 @@
 #include <cerrno>
 #include <cstring>
 
-#include "GridFixture.h"
-#include "ReaderListModel.h"
 #include "records/FileOps.h"
 #include "screens/MessageBox.h"
+#include "screens/ReaderListModel.h"
+#include "support/GridFixture.h"
 
 using namespace GridDriver;
 using Col = ReaderListModel::Column;
@@ -34,8 +34,9 @@ private:
         m_fx->writeReaders(readers);
         m_grid = std::make_unique<ReaderGrid>(m_fx->session);
         m_grid->resize(1000, 500);
-        for (int c = 0; c < ReaderListModel::kColumnCount; ++c)
+        for (int c = 0; c < ReaderListModel::kColumnCount; ++c) {
             m_grid->view()->setColumnWidth(c, 100);
+        }
         m_grid->show();
         QVERIFY(QTest::qWaitForWindowExposed(m_grid.get()));
         QVERIFY(m_grid->fg2_laden());
@@ -108,8 +109,9 @@ private Q_SLOTS:
         open({GridFixture::reader("Eerste", "000001"), r});
         QCOMPARE(model()->rowCount(), 3);
         const QStringList expected = {shownFlag, "2", "Poort 1", "17", "ABC123", led, relay, "45", "01-02-24"};
-        for (int c = 0; c < ReaderListModel::kColumnCount; ++c)
+        for (int c = 0; c < ReaderListModel::kColumnCount; ++c) {
             QCOMPARE(model()->cell(1, c), expected.at(c));
+        }
         QCOMPARE(model()->cell(2, Col::ColFlag), QString(" "));
         QCOMPARE(model()->cell(2, Col::ColNumber), QString("3"));
         QCOMPARE(model()->data(model()->index(1, Col::ColFlag), Qt::ForegroundRole).value<QColor>(), QColor(Qt::red));
@@ -308,8 +310,9 @@ private Q_SLOTS:
 
     void deleteKeepsTheTopRow() {
         QList<Reader> many;
-        for (int i = 1; i <= 60; ++i)
+        for (int i = 1; i <= 60; ++i) {
             many.append(GridFixture::reader(QString("Lezer %1").arg(i), "000000"));
+        }
         open(many);
         QCoreApplication::processEvents();
         view()->scrollTo(model()->index(20, 0), QAbstractItemView::PositionAtTop);
@@ -340,8 +343,9 @@ private Q_SLOTS:
             QVERIFY(QFile::setPermissions(m_fx->readerPath(), QFile::ReadOwner | QFile::ReadGroup | QFile::ReadOther));
             QFile probe(m_fx->readerPath());
             // The superuser writes through the mode bits; there the refusal is made for it.
-            if (probe.open(QIODevice::ReadWrite))
+            if (probe.open(QIODevice::ReadWrite)) {
                 m_fx->session.fileOps = &readOnly;
+            }
             systemText = QString::fromLocal8Bit(std::strerror(EACCES));
         }
         doubleClick(view(), 0, Col::ColName);

@@ -3,9 +3,9 @@
 #include <QRadioButton>
 #include <QtTest>
 
-#include "SimulatedProbeWindow.h"
 #include "onewire/SimulatedProbe.h"
 #include "screens/MessageBox.h"
+#include "screens/SimulatedProbeWindow.h"
 
 class TestSimulatedProbeWindow : public QObject {
     Q_OBJECT
@@ -87,8 +87,9 @@ private Q_SLOTS:
         window.findChild<QRadioButton*>("eigensleutel")->click();
         QCOMPARE(MessageBox::takeShown().size(), accepted ? 0 : 1);
         QCOMPARE(probe.keyCount(), accepted ? 1 : 0);
-        if (accepted)
+        if (accepted) {
             QCOMPARE(VirtualIButton::romToHex(probe.key(0)->rom()).left(14), rom.left(14));
+        }
         QCOMPARE(window.findChild<QRadioButton*>("geensleutel")->isChecked(), !accepted);
     }
 };

@@ -1,9 +1,9 @@
 // vondrel-sim: the simulated probe on a pseudo-terminal, so that the program (or any serial client) can
 // talk to virtual iButtons through a real serial device node.
 
-#include "ProbeSimPty.h"
-#include "SimulatedWire.h"
-#include "VirtualIButton.h"
+#include "onewire/ProbeSimPty.h"
+#include "onewire/SimulatedWire.h"
+#include "onewire/VirtualIButton.h"
 
 #include <QByteArray>
 #include <QString>

@@ -7,13 +7,13 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-#include "ReaderGrid.h"
-#include "Session.h"
-#include "SettingsStore.h"
 #include "onewire/DowIo.h"
 #include "onewire/SimulatedProbe.h"
 #include "onewire/UartBridgePortIo.h"
 #include "records/ReaderFile.h"
+#include "screens/ReaderGrid.h"
+#include "screens/Session.h"
+#include "screens/SettingsStore.h"
 
 // A session over a temporary program folder and the simulated probe: no real port is ever touched.
 struct GridFixture {
@@ -82,17 +82,19 @@ inline void doubleClick(QTableView* view, int row, int column) {
 // Types text key by key; "\b" is the Backspace key.
 inline void type(QWidget* editor, const QString& text) {
     for (const QChar c : text) {
-        if (c == QLatin1Char('\b'))
+        if (c == QLatin1Char('\b')) {
             QTest::keyClick(editor, Qt::Key_Backspace);
-        else
+        } else {
             QTest::keyClicks(editor, QString(c));
+        }
     }
 }
 
 inline bool pick(QListWidget* list, const QString& choice) {
     const QList<QListWidgetItem*> items = list->findItems(choice, Qt::MatchExactly);
-    if (items.isEmpty())
+    if (items.isEmpty()) {
         return false;
+    }
     list->scrollToItem(items.constFirst());
     QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, list->visualItemRect(items.constFirst()).center());
     return true;

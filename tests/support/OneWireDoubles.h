@@ -15,8 +15,9 @@
 inline QByteArray slotsFor(const QByteArray& bytes, char zero = 0x00) {
     QByteArray slots;
     for (char byte : bytes) {
-        for (int bit = 0; bit < 8; ++bit)
+        for (int bit = 0; bit < 8; ++bit) {
             slots += (uint8_t(byte) >> bit) & 1 ? char(0xFF) : zero;
+        }
     }
     return slots;
 }
@@ -25,8 +26,9 @@ inline QByteArray slotsFor(const QByteArray& bytes, char zero = 0x00) {
 inline QByteArray bytesFromEchoes(const QByteArray& echoes) {
     QByteArray bytes(echoes.size() / 8, '\0');
     for (int i = 0; i < bytes.size() * 8; ++i) {
-        if (uint8_t(echoes[i]) == 0xFF)
+        if (uint8_t(echoes[i]) == 0xFF) {
             bytes[i / 8] = char(bytes[i / 8] | (1 << (i % 8)));
+        }
     }
     return bytes;
 }
@@ -34,15 +36,17 @@ inline QByteArray bytesFromEchoes(const QByteArray& echoes) {
 // Bytes that differ from their neighbours, with no period inside a key's 512.
 inline QByteArray pattern(int size, int seed) {
     QByteArray bytes(size, '\0');
-    for (int i = 0; i < size; ++i)
+    for (int i = 0; i < size; ++i) {
         bytes[i] = char(i * 7 + (i >> 8) + seed);
+    }
     return bytes;
 }
 
 inline QByteArray readAll(SerialLine& line) {
     QByteArray echoes;
-    for (int c = line.readChar(); c >= 0; c = line.readChar())
+    for (int c = line.readChar(); c >= 0; c = line.readChar()) {
         echoes += char(c);
+    }
     return echoes;
 }
 
@@ -78,8 +82,9 @@ public:
     int portNumber() const override { return number; }
     bool open(QString* error) override {
         log.add(QStringLiteral("open %1").arg(number));
-        if (error)
+        if (error) {
             *error = openError;
+        }
         return opened = openError.isEmpty();
     }
     void close() override {
@@ -92,8 +97,9 @@ public:
     int outBufferCount() override { return outQueued; }
     int readChar() override { return input.isEmpty() ? -1 : uint8_t(std::exchange(input, input.mid(1)).at(0)); }
     bool write(const QByteArray& run) override {
-        if (!opened)
+        if (!opened) {
             return false;
+        }
         log.add(QStringLiteral("write %1 @%2").arg(QString::fromLatin1(run.toHex(' '))).arg(baud));
         written += run;
         runs << run;

@@ -111,8 +111,9 @@ void TestProbeWindow::writesKey() {
     connect(m->window.get(), &ProbeWindow::pageWritten, this, [&](int page, bool ok) {
         QVERIFY(!child<QPushButton>("Command1")->isEnabled());
         // The DS1990A's refusal is over once the DS1993 is taken; "Opnieuw" returns only with page 5.
-        if (ok && !pages.contains(QLatin1String("!")))
+        if (ok && !pages.contains(QLatin1String("!"))) {
             QVERIFY(child<QPushButton>("ladercmd")->isHidden());
+        }
         pages += QString::number(page) + QLatin1String(ok ? " " : "! ");
         if (page == 4 && pages.size() == 8) {
             // Off the probe for longer than a page stage waits (about ten resets), then back.
@@ -147,8 +148,9 @@ void TestProbeWindow::writesKey() {
         QCOMPARE(child("Label4")->text(), QStringLiteral("Controle OK"));
         QCOMPARE(status(), QColor(Qt::green));
         QCOMPARE(m->probe.key(0)->memory(), expected);
-        if (check1)
+        if (check1) {
             return;
+        }
     }
     QElapsedTimer clock;
     clock.start();

@@ -5,8 +5,8 @@
 #include <QtTest>
 #include <memory>
 
-#include "Application.h"
-#include "StartWindow.h"
+#include "app/Application.h"
+#include "app/StartWindow.h"
 #include "onewire/DowIo.h"
 #include "onewire/SerialLine.h"
 
