@@ -3,9 +3,11 @@
 // characters actually sent need on the wire. Then the same with the latency of a USB-serial adapter.
 
 #include "onewire/DowIo.h"
-#include "onewire/SimulatedProbe.h"
-#include "onewire/UartBridgePortIo.h"
-#include "onewire/VirtualIButton.h"
+#include "onewire/MemoryKey.h"
+#include "onewire/ProbeStack.h"
+#include "probesim/SimulatedProbe.h"
+#include "probesim/VirtualIButton.h"
+#include "programming/KeyPoller.h"
 #include "programming/KeyWriter.h"
 #include "programming/ProgrammingImage.h"
 
@@ -95,9 +97,10 @@ void runAt(int64_t latencyUs) {
     QString error;
     auto key = VirtualIButton::fromText(QStringLiteral("ds1993:06A1B2C3D4E5F6"), &error);
     probe.insertKey(std::move(key));
-    CountingLine line(probe);
-    UartBridgePortIo ports(line);
-    DowIo dow(line, ports);
+    auto counting = std::make_unique<CountingLine>(probe);
+    CountingLine& line = *counting;
+    ProbeStack stack(std::move(counting));
+    DowIo& dow = stack.dowIo();
     line.setPortNumber(1);
     if (!line.open(&error)) {
         std::printf("cannot open the simulated probe: %s\n", qPrintable(error));
@@ -112,24 +115,22 @@ void runAt(int64_t latencyUs) {
     QByteArray memory;
     ProgrammingImage::parse(text, &memory, &error);
 
-    // The ROM read of the key-holder window: one tick sends the reset, the next finds the presence and
-    // reads the ROM. The wait between the ticks is the timer's, not the wire's, so it is left out.
+    // The tools' wait for a key already on the probe: the reset, and the ROM read once its echo is in.
     line.reset();
-    DowIo::Identification id;
+    KeyPoller::Step step;
     const double romSeconds = timed([&] {
-        dow.setInitialised(false);
-        dow.readKeyCode();
-        line.waitForEchoes(1000);
-        id = dow.readKeyCode();
+        KeyPoller poller(dow, KeyPoller::Purpose::KeyCode);
+        step = waitForKey(poller, Clock::steady(), 1000);
     });
-    report("ROM read", romSeconds, line, id.status == DowIo::Identification::Ok);
+    report("ROM read", romSeconds, line, step.outcome == KeyPoller::Outcome::Found);
 
     KeyWriter writer(dow);
     line.reset();
     bool allPages = true;
     const double writeSeconds = timed([&] {
-        for (int page = 1; page <= DowIo::kPageCount; ++page) {
-            allPages = dow.writePage(page, memory.mid((page - 1) * DowIo::kPageSize, DowIo::kPageSize)).ok && allPages;
+        for (int page = 1; page <= MemoryKey::kPageCount; ++page) {
+            allPages =
+                dow.writePage(page, memory.mid((page - 1) * MemoryKey::kPageSize, MemoryKey::kPageSize)).ok && allPages;
         }
     });
     report("image write, 16 pages", writeSeconds, line, allPages);

@@ -1,63 +1,24 @@
 #pragma once
 
+#include "onewire/Clock.h"
+#include "onewire/Link.h"
+#include "onewire/RomIdentification.h"
+
 #include <QByteArray>
 #include <QString>
 
-#include <cstdint>
 #include <functional>
 
 class PortIo;
 class SerialLine;
 
-// The 1-Wire layer (module DOW_IO): UART rate programs, reset and slot primitives, ROM identification and
-// memory iButton access over a serial line and the UART's port registers. One object is shared by every
-// window; nothing here touches a widget.
+// The 1-Wire layer as the windows see it (module DOW_IO): one object shared by every window, holding the
+// module's state (the link with its port base and initialised flag, the Read ROM toggle, the last key
+// code string), the port grants, and the identification and memory-key calls with their Dutch messages.
+// Nothing here touches a widget.
 class DowIo {
 public:
-    static constexpr uint16_t kCom1Base = 1016;  // 0x3F8
-    static constexpr uint16_t kCom2Base = 760;   // 0x2F8
-    static constexpr uint16_t kPortRangeLength = 8;
-    static constexpr uint16_t kShutdownRangeLength = 3;
-
-    static constexpr uint8_t kResetChar = 0xF0;
-    static constexpr uint8_t kOneSlotChar = 0xFF;
-    static constexpr uint8_t kZeroSlotChar = 0x00;
-
-    static constexpr uint8_t kReadRom = 0x33;
-    static constexpr uint8_t kReadRomOld = 0x0F;
-    static constexpr uint8_t kSkipRom = 0xCC;
-    static constexpr uint8_t kWriteScratchpad = 0x0F;
-    static constexpr uint8_t kReadScratchpad = 0xAA;
-    static constexpr uint8_t kCopyScratchpad = 0x55;
-    static constexpr uint8_t kReadMemory = 0xF0;
-    static constexpr uint8_t kFullPageEndingOffset = 0x1F;
-
-    static constexpr int kFamilyDs1993 = 6;
-    static constexpr int kFamilyDs1994 = 4;
-    static constexpr int kPageCount = 16;
-    static constexpr int kPageSize = 32;
-    static constexpr int kMemorySize = kPageCount * kPageSize;
-    static constexpr int kRomSlots = 64;
-
-    static constexpr int kResetTimeoutMs = 100;
-    static constexpr int kPageStageTimeoutMs = 1000;
-
-    enum class ResetStep {
-        Presence,    // the echo of the last reset showed a device
-        NoKey,       // the echo was 0xF0: nothing on the line; a new reset has been sent
-        NoPresence,  // another echo without presence (0: line held low); a new reset has been sent
-        ResetSent,   // nothing was waiting; a reset has been sent
-        Busy,        // nothing was waiting and output is still queued; nothing sent
-    };
-
-    struct Identification {
-        enum Status { NotConnected, NoKey, ResetSent, NoResult, Ok };
-        Status status = ResetSent;
-        int family = 0;
-        QString familyName;
-        QString keyCode;
-        QByteArray rom;  // the 8 ROM bytes, family first and CRC last
-    };
+    using Identification = RomIdentification::Identification;
 
     struct PageWrite {
         bool ok = false;  // the Write Scratchpad stage
@@ -71,28 +32,20 @@ public:
         QString error;
     };
 
-    DowIo(SerialLine& line, PortIo& ports);
+    // The page stages and the blocking reset time their windows on clock.
+    DowIo(SerialLine& line, PortIo& ports, Clock& clock = Clock::steady());
 
     SerialLine& line() { return m_line; }
-    PortIo& ports() { return m_ports; }
+    Link& link() { return m_link; }
 
-    uint16_t portBase() const { return m_portBase; }
-    bool initialised() const { return m_initialised; }
+    bool initialised() const { return m_link.initialised(); }
     // Windows clear it when they start or end a key capture, so the next reset reprograms the slow rate.
-    void setInitialised(bool initialised) { m_initialised = initialised; }
-    uint8_t commandByte() const { return m_commandByte; }
-    uint8_t crc() const { return m_crc; }
-    int commandToggle() const { return m_commandToggle; }
+    void setInitialised(bool initialised) { m_link.setInitialised(initialised); }
+    // Which Read ROM code the next key-code read uses: 1 for 0x33, 0 for 0x0F.
     void setCommandToggle(int toggle) { m_commandToggle = toggle ? 1 : 0; }
     const QString& keyCode() const { return m_keyCode; }
     // The key-holder screen shortens the string in place.
     void setKeyCode(const QString& keyCode) { m_keyCode = keyCode; }
-
-    // Port access and adapter set-up.
-    void selectBase();
-    void initSlowRate();
-    void switchFastRate();
-    static uint16_t baseOf(int portNumber);
 
     // Start-up: the stored port number (empty keeps the line's), the grant for its range, then the line
     // is opened. False with a Dutch message when it cannot be opened; nothing else depends on it.
@@ -105,47 +58,27 @@ public:
     // Shutdown: releases the first three registers of both UARTs and closes the line.
     void shutdown();
 
-    // Link primitives.
-    static bool isPresence(int echo) { return echo > 0 && echo < kResetChar; }
-    ResetStep resetStep();
-    bool reset();
-    static QByteArray byteSlots(uint8_t byte);
-    static QByteArray readSlots(int bytes) { return QByteArray(bytes * 8, char(kOneSlotChar)); }
-    bool writeByte(uint8_t byte);
-    // LSB first from the echoes waiting; a missing echo leaves its bit 0.
-    uint8_t readByte(uint8_t value = 0);
-    // Sends a run of slots and waits once for all of its echoes.
-    bool sendRun(const QByteArray& run);
-    static int echoTimeoutMs(int characters);
-
-    // ROM identification.
+    void selectBase() { m_link.selectBase(); }
+    // One polling step each. The key-holder window's read alternates Read ROM 0x33 and 0x0F; the probe
+    // window's always uses 0x33. Both replace keyCode() whenever a ROM was read, with "" when it failed.
     Identification readKeyCode();
     Identification identifyProbe();
 
-    // Memory iButton access.
-    static void pageAddress(int page, uint8_t* ta1, uint8_t* ta2);
-    bool writeScratchpad(const QByteArray& data, int page, QString* error);
-    bool copyScratchpad(int page, const std::function<void()>& processEvents, QString* error);
+    // Page 1..16 of a memory key: 32 bytes. processEvents runs while the copy stage waits for the key.
     PageWrite writePage(int page, const QByteArray& data, const std::function<void()>& processEvents = {});
     MemoryRead readMemory(const std::function<void()>& processEvents = {});
 
-    // Clear Dutch texts for the windows.
     static QString portOpenMessage(int portNumber, const QString& systemError);
     static QString probeGoneMessage();
     static QString noKeyMessage();
     static QString wrongFamilyMessage(int family);
-    static bool isProgrammingKey(int family) { return family == kFamilyDs1993 || family == kFamilyDs1994; }
 
 private:
-    Identification identify(uint8_t command, bool probeVariant);
-    bool resetWithin(int timeoutMs, const std::function<void()>& processEvents);
+    Identification identify(int* alternation);
 
     SerialLine& m_line;
     PortIo& m_ports;
-    uint16_t m_portBase = 0;
-    bool m_initialised = false;
-    uint8_t m_commandByte = 0;
-    uint8_t m_crc = 0;
+    Link m_link;
     int m_commandToggle = 0;
     QString m_keyCode;
 };

@@ -1,8 +1,43 @@
 #include "onewire/QtSerialLine.h"
 
-#include <QElapsedTimer>
+#include "onewire/SerialDriver.h"
 
+#include <QElapsedTimer>
+#include <QFile>
+
+#include <pwd.h>
 #include <sys/ioctl.h>
+#include <unistd.h>
+#include <cerrno>
+
+namespace {
+
+QString userName() {
+    const passwd* user = ::getpwuid(::geteuid());
+    return user ? QString::fromLocal8Bit(user->pw_name) : QStringLiteral("$USER");
+}
+
+// Why path would not open, in the user's words. The reason is looked for afresh: QSerialPort reports a
+// busy port and a lock held by another program as a permission error too.
+QString openFailureText(const QString& path, QSerialPort::SerialPortError error, const QString& systemText) {
+    const QByteArray native = QFile::encodeName(path);
+    if (::access(native.constData(), F_OK) != 0 && errno == ENOENT) {
+        return QStringLiteral("het apparaat %1 bestaat niet. Is de probe (of de USB-adapter) aangesloten?").arg(path);
+    }
+    if (::access(native.constData(), R_OK | W_OK) != 0 && errno == EACCES) {
+        return QStringLiteral(
+                   "u hebt geen toegang tot %1. Wie met de probe werkt, moet lid zijn van de groep dialout: voer "
+                   "\"sudo adduser %2 dialout\" uit, meld u af en weer aan, en probeer het opnieuw.")
+            .arg(path, userName());
+    }
+    if (error == QSerialPort::PermissionError) {
+        return QStringLiteral("%1 is in gebruik door een ander programma. Sluit dat programma en probeer het opnieuw.")
+            .arg(path);
+    }
+    return systemText;
+}
+
+}  // namespace
 
 QtSerialLine::QtSerialLine() {
     m_paths.insert(1, QStringLiteral("/dev/ttyS0"));
@@ -33,7 +68,7 @@ bool QtSerialLine::open(QString* error) {
     m_port.setPortName(path);
     if (!m_port.open(QIODevice::ReadWrite)) {
         if (error) {
-            *error = m_port.errorString();
+            *error = openFailureText(path, m_port.error(), m_port.errorString());
         }
         return false;
     }
@@ -50,8 +85,9 @@ bool QtSerialLine::open(QString* error) {
     }
     // The probe is powered from DTR and RTS. A pseudo-terminal has no modem lines; that is no reason to
     // refuse the line.
-    m_modemLinesAsserted = m_port.setDataTerminalReady(true);
-    m_modemLinesAsserted = m_port.setRequestToSend(true) && m_modemLinesAsserted;
+    m_port.setDataTerminalReady(true);
+    m_port.setRequestToSend(true);
+    m_lowLatency = SerialDriver::requestLowLatency(m_port.handle());
     m_port.clearError();
     m_written = 0;
     m_consumed = 0;

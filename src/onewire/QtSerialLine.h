@@ -18,15 +18,16 @@ public:
 
     void setDevicePath(int number, const QString& path);
     QString devicePath(int number) const;
-    // False after open() when the device refused the modem-control lines (a pseudo-terminal has none).
-    bool modemLinesAsserted() const { return m_modemLinesAsserted; }
 
     void setPortNumber(int number) override { m_number = number; }
     int portNumber() const override { return m_number; }
 
+    // A refusal says in Dutch what the user can do about it: plug the adapter in, join the group dialout,
+    // close the other program; otherwise the system's own text.
     bool open(QString* error) override;
     void close() override;
     bool isOpen() const override { return m_port.isOpen(); }
+    LowLatency lowLatency() const override { return m_port.isOpen() ? m_lowLatency : LowLatency::NotOffered; }
 
     int inBufferCount() override;
     void discardInput() override;
@@ -49,7 +50,7 @@ private:
     QHash<int, QString> m_paths;
     int m_number = 1;
     int m_baud = kDefaultBaud;
-    bool m_modemLinesAsserted = false;
+    LowLatency m_lowLatency = LowLatency::NotOffered;
     // Characters handed to the port and characters taken out of it (read or discarded) since open().
     qint64 m_written = 0;
     qint64 m_consumed = 0;

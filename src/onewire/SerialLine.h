@@ -8,6 +8,10 @@
 // waits, and no call ever waits without a bound.
 class SerialLine {
 public:
+    // Whether the driver holds received characters back before passing them on (a USB-serial adapter
+    // does, up to 16 ms, unless asked for its low-latency mode); every echo wait pays for it.
+    enum class LowLatency { NotOffered, On, Refused };
+
     virtual ~SerialLine() = default;
 
     // Com1 is 1, Com2 is 2. Changing the number of an open line takes effect at the next open().
@@ -19,6 +23,8 @@ public:
     virtual bool open(QString* error) = 0;
     virtual void close() = 0;
     virtual bool isOpen() const = 0;
+    // What the driver of the open line said to the low-latency mode.
+    virtual LowLatency lowLatency() const { return LowLatency::NotOffered; }
 
     // Characters received and not yet read.
     virtual int inBufferCount() = 0;

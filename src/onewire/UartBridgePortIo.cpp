@@ -4,31 +4,15 @@
 
 namespace {
 
-constexpr uint16_t kCom1Base = 0x3F8;
-constexpr uint16_t kCom2Base = 0x2F8;
-constexpr uint16_t kRegisterCount = 8;
-constexpr uint8_t kDivisorLatchBit = 0x80;
-
-enum Offset : uint16_t { kDataOrDivisorLow = 0, kInterruptOrDivisorHigh = 1, kLineControl = 3 };
-
 // Only the two UARTs are ours; anything else (the speaker at 0x61) is left alone.
 bool isUartPort(uint16_t port) {
-    const uint16_t base = port & ~(kRegisterCount - 1);
-    return base == kCom1Base || base == kCom2Base;
+    const uint16_t base = port & ~(PortIo::kRegisterCount - 1);
+    return base == PortIo::kCom1Base || base == PortIo::kCom2Base;
 }
 
 }  // namespace
 
 UartBridgePortIo::UartBridgePortIo(SerialLine& line) : m_line(line) {}
-
-void UartBridgePortIo::enablePorts(uint16_t first, uint16_t last) {
-    m_granted.append({first, last});
-}
-
-void UartBridgePortIo::disablePorts(uint16_t first, uint16_t last) {
-    // A release covers whatever part of a grant it overlaps, as ioperm would.
-    m_granted.removeIf([&](const Range& r) { return r.first <= last && first <= r.last; });
-}
 
 void UartBridgePortIo::outport(uint16_t port, uint16_t value) {
     if (!isUartPort(port)) {
@@ -83,7 +67,6 @@ void UartBridgePortIo::applyDivisor() {
     if (divisor == 0) {
         return;
     }
-    m_appliedDivisor = divisor;
     const int rate = kUartClockBaud / divisor;
     if (rate == m_line.baudRate()) {
         return;

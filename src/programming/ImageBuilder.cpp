@@ -1,12 +1,16 @@
 #include "programming/ImageBuilder.h"
 
+#include "programming/ProgrammingImage.h"
+
+#include "records/AtomicWrite.h"
 #include "records/Cp1252.h"
 #include "records/KeyHolderFile.h"
+#include "records/PlainFile.h"
 #include "records/ReaderFile.h"
-#include "records/RecordFile.h"
 
 #include <QDir>
 #include <QFileInfo>
+#include <limits>
 
 namespace {
 
@@ -21,6 +25,23 @@ QString trimBlanks(const QString& text) {
         --last;
     }
     return text.mid(first, last - first);
+}
+
+// "lezer 3 (Hoofdingang)", or without the brackets when the name is blank.
+QString named(const QString& what, int number, const QString& name) {
+    const QString trimmed = name.trimmed();
+    return trimmed.isEmpty() ? QStringLiteral("%1 %2").arg(what).arg(number)
+                             : QStringLiteral("%1 %2 (%3)").arg(what).arg(number).arg(trimmed);
+}
+
+// The first character in text[from, from + length) that the key writer could not read as hex; -1 if none.
+qsizetype firstNonHex(const QByteArray& text, qsizetype from, qsizetype length) {
+    for (qsizetype i = from; i < from + length; ++i) {
+        if (!ProgrammingImage::isImageChar(text.at(i))) {
+            return i;
+        }
+    }
+    return -1;
 }
 
 bool hasBit(const QByteArray& map, int index, int mask) {
@@ -60,7 +81,7 @@ bool buildImage(const Reader& reader, int readerNumber, const QList<KeyHolder>& 
     const QString code = trimBlanks(reader.lezerkode());
     built.reader.setLezerkode(code);
 
-    QByteArray image(kImageChars, ' ');
+    QByteArray image(ProgrammingImage::kImageChars, ' ');
     Cp1252::putField(image, 0, 6, code.isEmpty() ? QStringLiteral("000000") : code);
     Cp1252::putField(image, 6, 4, QStringLiteral("0001"));
     Cp1252::putField(image, 12, 2, twoDigitHex(reader.mode()));
@@ -70,7 +91,11 @@ bool buildImage(const Reader& reader, int readerNumber, const QList<KeyHolder>& 
     const int mask = 1 << ((readerNumber - 1) % 8);
     QByteArray listA;
     QByteArray listB;
-    for (const KeyHolder& holder : holders) {
+    // Which key holder (index into holders) stands in each 4-character slot of the lists.
+    QList<int> holdersA;
+    QList<int> holdersB;
+    for (int h = 0; h < holders.size(); ++h) {
+        const KeyHolder& holder = holders.at(h);
         const QString keyCode = holder.sleutelcode().left(kCodeChars);
         if (trimBlanks(keyCode).size() != kCodeChars) {
             continue;
@@ -78,21 +103,49 @@ bool buildImage(const Reader& reader, int readerNumber, const QList<KeyHolder>& 
         const QByteArray bytes = Cp1252::encode(keyCode);
         if (hasBit(holder.toegang(), index, mask) && holder.geldig() == QLatin1String("1")) {
             listA += bytes;
+            holdersA.append(h);
         }
         // Withdrawals go out whether or not the key is still valid.
         if (hasBit(holder.wijziging(), index, mask)) {
             listB += bytes;
+            holdersB.append(h);
         }
     }
 
     const QByteArray keys = listA + listB;
-    image.replace(kKeyListOffset, qMin<qsizetype>(keys.size(), kKeyListChars), keys.left(kKeyListChars));
+    const qsizetype keyChars = qMin<qsizetype>(keys.size(), kKeyListChars);
+    image.replace(kKeyListOffset, keyChars, keys.left(kKeyListChars));
+
+    const QString readerText = named(QStringLiteral("lezer"), readerNumber, reader.lezerNaam());
+    if (firstNonHex(image, 0, 6) >= 0) {
+        if (error) {
+            *error = QStringLiteral(
+                         "De code van %1 is geen hexadecimaal getal: \"%2\". Verbeter de code in de lezerlijst; "
+                         "er is geen programmeersleutel gemaakt.")
+                         .arg(readerText, code);
+        }
+        return false;
+    }
+    // Only what goes into the image counts: a code cut off at the end of the list is not written.
+    if (const qsizetype bad = firstNonHex(image, kKeyListOffset, keyChars); bad >= 0) {
+        const int slot = int((bad - kKeyListOffset) / kCodeChars);
+        const int h = slot < holdersA.size() ? holdersA.at(slot) : holdersB.at(slot - holdersA.size());
+        if (error) {
+            *error = QStringLiteral(
+                         "De sleutelcode van %1 is geen hexadecimaal getal: \"%2\". Verbeter de sleutelcode van "
+                         "deze sleutelhouder; er is geen programmeersleutel gemaakt voor %3.")
+                         .arg(named(QStringLiteral("sleutelhouder"), h + 1, holders.at(h).naam()),
+                              holders.at(h).sleutelcode().left(kCodeChars), readerText);
+        }
+        return false;
+    }
     const int countA = int(listA.size() / kCodeChars);
     Cp1252::putField(image, 10, 2, countA == 0 ? QStringLiteral("FF") : twoDigitHex(countA + 1));
-    Cp1252::putField(image, kImageChars - 2, 2, QStringLiteral("AA"));
+    Cp1252::putField(image, ProgrammingImage::kImageChars - 2, 2, QStringLiteral("AA"));
 
     built.keyCount = int(keys.size() / kCodeChars);
-    built.reader.setAantalsleutels(static_cast<qint16>(built.keyCount));
+    // The field is a signed 16-bit number: a count beyond it is stored as its largest, never wrapped.
+    built.reader.setAantalsleutels(static_cast<qint16>(qMin<int>(built.keyCount, std::numeric_limits<qint16>::max())));
     built.text = image;
     *out = built;
     return true;
@@ -111,10 +164,16 @@ SleutelLadenResult Sleutel_Laden(const QString& dataFolder, int readerNumber, Fi
 
     for (const char* name : {ReaderFile::kFileName, KeyHolderFile::kFileName}) {
         const QString path = folder.filePath(QLatin1String(name));
-        if (!QFileInfo(path).isFile()) {
+        if (const Status plain = PlainFile::checkKind(path); !plain) {
+            return fail(plain.error);
+        }
+        if (!QFileInfo::exists(path)) {
             return fail(
                 QStringLiteral("Het bestand %1 bestaat niet; er is geen programmeersleutel gemaakt.").arg(path));
         }
+    }
+    if (const Status writable = PlainFile::checkWritable(result.imagePath); !writable) {
+        return fail(writable.error);
     }
 
     QString error;
@@ -122,46 +181,42 @@ SleutelLadenResult Sleutel_Laden(const QString& dataFolder, int readerNumber, Fi
         return fail(error);
     }
     const ReaderFile readers(dataFolder, ops);
-    const int readerCount = readers.count(&error);
-    if (readerCount < 0) {
-        return fail(error);
+    const Result<int> readerCount = readers.count();
+    if (!readerCount) {
+        return fail(readerCount.error);
     }
-    if (readerNumber > readerCount) {
+    if (readerNumber > readerCount.value) {
         return fail(QStringLiteral("Lezer %1 bestaat niet; %2 bevat %3 lezers.")
                         .arg(readerNumber)
                         .arg(readers.path())
-                        .arg(readerCount));
+                        .arg(readerCount.value));
     }
-    Reader reader;
-    if (!readers.read(readerNumber, &reader, &error)) {
-        return fail(error);
+    const Result<Reader> reader = readers.read(readerNumber);
+    if (!reader) {
+        return fail(reader.error);
     }
-
-    KeyHolderFile keyFile(dataFolder, ops);
-    const int holderCount = keyFile.count(&error);
-    if (holderCount < 0) {
-        return fail(error);
-    }
-    QList<KeyHolder> holders;
-    holders.reserve(holderCount);
-    for (int j = 1; j <= holderCount; ++j) {
-        if (!keyFile.record_load(j, &error)) {
-            return fail(error);
-        }
-        holders.append(keyFile.current());
+    const Result<QList<KeyHolder>> holders = KeyHolderFile(dataFolder, ops).readAll();
+    if (!holders) {
+        return fail(holders.error);
     }
 
     BuiltImage built;
-    if (!ImageBuilder::buildImage(reader, readerNumber, holders, &built, &error)) {
+    if (!ImageBuilder::buildImage(reader.value, readerNumber, holders.value, &built, &error)) {
         return fail(error);
     }
-    if (!RecordFile(result.imagePath, ImageBuilder::kImageChars, ops).replaceWith(built.text, &error)) {
-        return fail(error);
+    if (const Status written = writeAtomically(result.imagePath, built.text, ops); !written) {
+        return fail(written.error);
     }
-    if (!readers.write(readerNumber, built.reader, &error)) {
-        return fail(error);
+    const Result<Reader> counted = readers.update(readerNumber, [&built](Reader& onDisk) {
+        onDisk.setLezerkode(built.reader.lezerkode());
+        onDisk.setAantalsleutels(built.reader.aantalsleutels());
+    });
+    if (!counted) {
+        return fail(counted.error);
     }
     result.ok = true;
     result.keyCount = built.keyCount;
+    result.reader = counted.value;
+    result.readerName = reader.value.lezerNaam().trimmed();
     return result;
 }

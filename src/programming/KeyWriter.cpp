@@ -1,17 +1,15 @@
 #include "programming/KeyWriter.h"
 
 #include "onewire/DowIo.h"
-
-#include <QElapsedTimer>
-#include <QThread>
+#include "onewire/MemoryKey.h"
 
 KeyWriter::KeyWriter(DowIo& dow) : m_dow(dow) {}
 
 KeyWriter::Result KeyWriter::write(const QByteArray& memory, const std::function<void(const PageReport&)>& onPage,
                                    const std::function<void()>& processEvents) {
     Result result;
-    for (int page = 1; page <= DowIo::kPageCount; ++page) {
-        const QByteArray data = memory.mid((page - 1) * DowIo::kPageSize, DowIo::kPageSize);
+    for (int page = 1; page <= MemoryKey::kPageCount; ++page) {
+        const QByteArray data = memory.mid((page - 1) * MemoryKey::kPageSize, MemoryKey::kPageSize);
         const DowIo::PageWrite written = m_dow.writePage(page, data, processEvents);
         PageReport report;
         report.page = page;
@@ -20,6 +18,9 @@ KeyWriter::Result KeyWriter::write(const QByteArray& memory, const std::function
         report.error = written.error;
         if (!written.ok) {
             result.failedPages.append(page);
+        }
+        if (!written.ok || !written.copied) {
+            result.pageFailures.append(report);
         }
         if (onPage) {
             onPage(report);
@@ -47,38 +48,38 @@ KeyWriter::Result KeyWriter::check(const QByteArray& memory, const std::function
 
 QList<int> KeyWriter::differingPages(const QByteArray& expected, const QByteArray& actual) {
     QList<int> pages;
-    for (int page = 1; page <= DowIo::kPageCount; ++page) {
-        const int offset = (page - 1) * DowIo::kPageSize;
-        if (expected.mid(offset, DowIo::kPageSize) != actual.mid(offset, DowIo::kPageSize)) {
+    for (int page = 1; page <= MemoryKey::kPageCount; ++page) {
+        const int offset = (page - 1) * MemoryKey::kPageSize;
+        if (expected.mid(offset, MemoryKey::kPageSize) != actual.mid(offset, MemoryKey::kPageSize)) {
             pages.append(page);
         }
     }
     return pages;
 }
 
-QString KeyWriter::checkText(bool ok) {
-    return ok ? QStringLiteral("Controle OK") : QStringLiteral("Controle mislukt");
+QString KeyWriter::pageFailureText(const PageReport& report) {
+    return QStringLiteral("Pagina %1: %2").arg(report.page).arg(report.error);
 }
 
-PolledKey pollForKey(DowIo& dow, bool keyCodeRead, int tickMs, int timeoutMs) {
-    PolledKey polled;
-    QElapsedTimer clock;
-    clock.start();
-    for (;;) {
-        const DowIo::Identification id = keyCodeRead ? dow.readKeyCode() : dow.identifyProbe();
-        polled.notConnected = id.status == DowIo::Identification::NotConnected;
-        if (id.status == DowIo::Identification::Ok) {
-            polled.found = true;
-            polled.family = id.family;
-            polled.familyName = id.familyName;
-            polled.keyCode = id.keyCode;
-            polled.rom = id.rom;
-            return polled;
-        }
-        const qint64 left = timeoutMs - clock.elapsed();
-        if (left <= 0) {
-            return polled;
-        }
-        QThread::msleep(static_cast<unsigned long>(qMin<qint64>(tickMs, left)));
+QString KeyWriter::Result::failureText() const {
+    QStringList lines;
+    for (const PageReport& report : pageFailures) {
+        lines.append(pageFailureText(report));
     }
+    if (!checkOk()) {
+        if (!readError.isEmpty()) {
+            lines.append(readError);
+        } else {
+            QStringList pages;
+            for (int page : differingPages) {
+                pages.append(QString::number(page));
+            }
+            lines.append(QStringLiteral("Afwijkende pagina's: %1").arg(pages.join(QStringLiteral(", "))));
+        }
+    }
+    return lines.join(QLatin1Char('\n'));
+}
+
+QString KeyWriter::checkText(bool ok) {
+    return ok ? QStringLiteral("Controle OK") : QStringLiteral("Controle mislukt");
 }

@@ -22,13 +22,18 @@ public:
 
     struct Result {
         QList<int> failedPages;
-        bool readBack = false;  // the key answered the read-back
-        QByteArray memory;      // what it read back
+        QList<PageReport> pageFailures;  // pages not written or not copied, with why
+        bool readBack = false;           // the key answered the read-back
+        QByteArray memory;               // what it read back
         QString readError;
         QList<int> differingPages;
         bool checkOk() const { return readBack && differingPages.isEmpty(); }
         bool ok() const { return failedPages.isEmpty() && checkOk(); }
         QString checkText() const { return KeyWriter::checkText(checkOk()); }
+        // One line per failed page, then why the check failed; empty when all went well.
+        QString failureText() const;
+        // After the run the window closes itself, unless check1 asks that a failed check be tried again.
+        bool closes(bool check1) const { return !check1 || checkOk(); }
     };
 
     explicit KeyWriter(DowIo& dow);
@@ -43,20 +48,8 @@ public:
 
     static QList<int> differingPages(const QByteArray& expected, const QByteArray& actual);
     static QString checkText(bool ok);
+    static QString pageFailureText(const PageReport& report);
 
 private:
     DowIo& m_dow;
 };
-
-// Polls the probe the way the windows do, one identification per tick, until a key answers or the time
-// is up. keyCodeRead: the key-holder window's read that alternates 0x33 and 0x0F; otherwise the probe
-// window's 0x33. *lastStatus, if given, tells what the last tick saw (no key, no probe, ...).
-struct PolledKey {
-    bool found = false;
-    int family = 0;
-    QString familyName;
-    QString keyCode;
-    QByteArray rom;
-    bool notConnected = false;  // the line was closed on the last tick
-};
-PolledKey pollForKey(DowIo& dow, bool keyCodeRead, int tickMs, int timeoutMs);

@@ -1,8 +1,10 @@
 #include "programming/ProgrammingImage.h"
 
 #include "onewire/Crc8.h"
+#include "records/PlainFile.h"
 
 #include <QFile>
+#include <cerrno>
 
 namespace {
 
@@ -22,6 +24,10 @@ int hexDigit(char c) {
 }  // namespace
 
 namespace ProgrammingImage {
+
+bool isImageChar(char c) {
+    return c == ' ' || hexDigit(c) >= 0;
+}
 
 bool parse(const QByteArray& text, QByteArray* memory, QString* error) {
     if (text.size() < kImageChars) {
@@ -62,9 +68,13 @@ bool parse(const QByteArray& text, QByteArray* memory, QString* error) {
 
 bool readFile(const QString& path, QByteArray* memory, QString* error) {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
+    bool missing = false;
+    const Status opened = PlainFile::open(file, path, QIODevice::ReadOnly, &missing);
+    if (!opened || missing) {
         if (error) {
-            *error = QStringLiteral("Het sleutelbestand %1 kan niet worden geopend: %2").arg(path, file.errorString());
+            *error = missing ? QStringLiteral("Het sleutelbestand %1 kan niet worden geopend: %2")
+                                   .arg(path, PlainFile::systemText(ENOENT))
+                             : opened.error;
         }
         return false;
     }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "onewire/MemoryKey.h"
+
 #include <QByteArray>
 #include <QString>
 
@@ -8,12 +10,16 @@
 // 511 before it.
 namespace ProgrammingImage {
 
-constexpr int kImageChars = 1024;
-constexpr int kMemoryBytes = 512;
+constexpr int kMemoryBytes = MemoryKey::kMemorySize;
+constexpr int kImageChars = 2 * kMemoryBytes;
+
+// What a pair may hold: a hex digit in either case, or a blank.
+bool isImageChar(char c);
 
 // Only the first 1024 characters count; fewer, or a pair holding anything but hex digits and blanks,
 // is refused with a Dutch message naming the place.
 bool parse(const QByteArray& text, QByteArray* memory, QString* error);
+// parse on the file at path. A FIFO, device or folder there is refused with a message, never opened.
 bool readFile(const QString& path, QByteArray* memory, QString* error);
 
 // The same bytes with the last one replaced by the CRC-8 of all the others.

@@ -1,17 +1,25 @@
 #include "onewire/DowIo.h"
+#include "onewire/MemoryKey.h"
 #include "support/OneWireDoubles.h"
+#include "support/SimulatedProbeStack.h"
 
-#include <QElapsedTimer>
 #include <QTest>
 
 namespace {
 
+using std::chrono::milliseconds;
+
 struct Rig {
-    explicit Rig(int winNt = 1) : ports(log, winNt) {}
+    explicit Rig(int winNt = 1) : ports(log, winNt) { line.clock = &clock; }
     EventLog log;
     ScriptedSerialLine line{&log};
     RecordingPortIo ports;
-    DowIo dow{line, ports};
+    ManualClock clock;
+    DowIo dow{line, ports, clock};
+
+    qint64 elapsedMs(Clock::Time since) const {
+        return std::chrono::duration_cast<milliseconds>(clock.now() - since).count();
+    }
 };
 
 QByteArray hex(const char* text) {
@@ -67,34 +75,6 @@ class TestDowIo : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void registerPrograms_data() {
-        QTest::addColumn<QList<int>>("numbers");
-        QTest::addColumn<int>("base");
-        QTest::newRow("Com1") << QList<int>{1} << 1016;
-        QTest::newRow("Com2") << QList<int>{2} << 760;
-        QTest::newRow("3 keeps Com2") << QList<int>{2, 3} << 760;
-        QTest::newRow("3 before any") << QList<int>{3} << 0;
-    }
-
-    void registerPrograms() {
-        QFETCH(QList<int>, numbers);
-        QFETCH(int, base);
-        Rig r;
-        for (int number : numbers) {
-            r.line.number = number;
-            r.dow.selectBase();
-        }
-        r.line.input = "\x01\x02";
-        r.dow.initSlowRate();
-        QCOMPARE(r.log.take(), slowProgram(base, 2));
-        r.dow.initSlowRate();
-        QCOMPARE(r.log.take(), QStringList());
-        r.dow.switchFastRate();
-        QCOMPARE(r.log.take(), fastProgram(base));
-        r.dow.initSlowRate();
-        QCOMPARE(r.log.take(), slowProgram(base));
-    }
-
     void portRanges_data() {
         QTest::addColumn<int>("winNt");
         QTest::addColumn<QStringList>("steps");
@@ -148,65 +128,6 @@ private Q_SLOTS:
         QVERIFY(!r.line.isOpen());
     }
 
-    void resetStep_data() {
-        QTest::addColumn<QByteArray>("waiting");
-        QTest::addColumn<int>("outQueued");
-        QTest::addColumn<int>("outcome");
-        QTest::addColumn<bool>("resetSent");
-        using S = DowIo::ResetStep;
-        QTest::newRow("nothing waiting") << QByteArray() << 0 << int(S::ResetSent) << true;
-        QTest::newRow("output still queued") << QByteArray() << 3 << int(S::Busy) << false;
-        QTest::newRow("F0: no key") << hex("F0") << 0 << int(S::NoKey) << true;
-        QTest::newRow("F0 while queued") << hex("F0") << 2 << int(S::NoKey) << false;
-        QTest::newRow("1 is presence") << hex("01") << 0 << int(S::Presence) << false;
-        QTest::newRow("239 is presence") << hex("EF") << 0 << int(S::Presence) << false;
-        QTest::newRow("0: line held low") << hex("00") << 0 << int(S::NoPresence) << true;
-        QTest::newRow("FF is no presence") << hex("FF") << 0 << int(S::NoPresence) << true;
-        QTest::newRow("stale echoes") << hex("E0E0") << 0 << int(S::ResetSent) << true;
-    }
-
-    void resetStep() {
-        QFETCH(QByteArray, waiting);
-        QFETCH(int, outQueued);
-        QFETCH(int, outcome);
-        QFETCH(bool, resetSent);
-        Rig r;
-        r.line.respond = [](const QByteArray&) { return QByteArray(); };
-        r.line.input = waiting;
-        r.line.outQueued = outQueued;
-        QCOMPARE(int(r.dow.resetStep()), outcome);
-        QCOMPARE(r.line.written, resetSent ? hex("F0") : QByteArray());
-        QCOMPARE(r.line.input, QByteArray());
-    }
-
-    void blockingReset_data() {
-        QTest::addColumn<QByteArray>("stale");
-        QTest::addColumn<QByteArray>("echo");
-        QTest::addColumn<bool>("presence");
-        QTest::newRow("presence") << QByteArray() << hex("E0") << true;
-        QTest::newRow("stale presence is not decoded") << hex("E0") << hex("F0") << false;
-        QTest::newRow("late presence within the window") << QByteArray() << hex("F0E0") << true;
-    }
-
-    void blockingReset() {
-        QFETCH(QByteArray, stale);
-        QFETCH(QByteArray, echo);
-        QFETCH(bool, presence);
-        Rig r;
-        r.dow.selectBase();
-        r.dow.setInitialised(true);
-        r.line.input = stale;
-        r.line.respond = [echo](const QByteArray&) { return echo; };
-        QElapsedTimer clock;
-        clock.start();
-        QCOMPARE(r.dow.reset(), presence);
-        const qint64 elapsed = clock.elapsed();
-        // The slow rate is programmed again even though the flag said it was.
-        QCOMPARE(r.log.take(), slowProgram(1016, stale.size()) + QStringList({"discard 0", "write f0 @9600"}));
-        QVERIFY2(presence ? elapsed < DowIo::kResetTimeoutMs : elapsed >= DowIo::kResetTimeoutMs && elapsed < 1000,
-                 qPrintable(QString::number(elapsed)));
-    }
-
     void romRead_data() {
         QTest::addColumn<QString>("keyCode");  // empty: no result
         QTest::addColumn<QByteArray>("rom");
@@ -252,7 +173,7 @@ private Q_SLOTS:
         QVERIFY(!r.dow.initialised());
         QCOMPARE(r.log.take(), QStringList());
         r.line.opened = true;
-        r.line.respond = keyWithRom(hex("01102030405060F5"), 0, DowIo::kReadRomOld);
+        r.line.respond = keyWithRom(hex("01102030405060F5"), 0, RomIdentification::kReadRomOld);
         r.dow.setCommandToggle(1);
         QList<int> statuses;
         for (int tick = 0; tick < 6; ++tick) {
@@ -328,11 +249,10 @@ private Q_SLOTS:
             return scenario == QLatin1String("noechoes") ? QByteArray() : run;
         };
         r.line.opened = scenario != QLatin1String("closed");
-        QElapsedTimer clock;
-        clock.start();
+        const Clock::Time start = r.clock.now();
         const DowIo::PageWrite result =
             r.dow.writePage(1, QByteArray(scenario == QLatin1String("short") ? 31 : 32, 'Z'));
-        const qint64 elapsed = clock.elapsed();
+        const qint64 elapsed = r.elapsedMs(start);
         QCOMPARE(result.ok, ok);
         QVERIFY(!result.copied);
         QVERIFY2(error.isEmpty() ? !result.error.isEmpty() : result.error == error, qPrintable(result.error));
@@ -348,7 +268,7 @@ private Q_SLOTS:
     void readMemory() {
         QFETCH(int, dropped);
         Rig r;
-        const QByteArray memory = pattern(DowIo::kMemorySize, 5);
+        const QByteArray memory = pattern(MemoryKey::kMemorySize, 5);
         r.line.respond = [&](const QByteArray& run) {
             QByteArray echoes = run == hex("F0") ? hex("E0") : run.left(32) + slotsFor(memory, char(0xC0));
             echoes.chop(run == hex("F0") ? 0 : dropped);
@@ -359,6 +279,49 @@ private Q_SLOTS:
         QCOMPARE(result.ok, dropped == 0);
         QCOMPARE(result.data, dropped == 0 ? memory : QByteArray());
         QCOMPARE(result.error.isEmpty(), dropped == 0);
+    }
+
+    // Each stage of a page write tries resets for 1 s: a key that turns up at the last reset that starts
+    // within the second is written, one that turns up at the next is not. Without a key each reset
+    // waits out its 0.1 s, so the tenth starts at 0.91 s and an eleventh would at 1.01 s.
+    void pageStageWindow_data() {
+        QTest::addColumn<int>("stage");  // 0: Write Scratchpad, 1: Copy Scratchpad
+        QTest::addColumn<int>("missedResets");
+        QTest::addColumn<bool>("done");
+        QTest::newRow("write, tenth reset") << 0 << 9 << true;
+        QTest::newRow("write, eleventh reset") << 0 << 10 << false;
+        QTest::newRow("copy, tenth reset") << 1 << 9 << true;
+        QTest::newRow("copy, eleventh reset") << 1 << 10 << false;
+    }
+
+    void pageStageWindow() {
+        QFETCH(int, stage);
+        QFETCH(int, missedResets);
+        QFETCH(bool, done);
+        ManualClock clock;
+        SimulatedProbeStack sim(clock);
+        VirtualIButton* key = sim.insertKey(QStringLiteral("ds1993:06A1B2C3D4E5F6"));
+        QVERIFY(sim.probe.open(nullptr));
+        sim.dowIo().selectBase();
+        // A reset that finds no key sends one character; the write stage's resets come first.
+        if (stage == 0) {
+            sim.probe.insertKeyAfterCharacters(sim.probe.removeKey(key), missedResets);
+        }
+        std::unique_ptr<VirtualIButton> away;
+        int copyResets = 0;
+        const QByteArray data = pattern(MemoryKey::kPageSize, 9);
+        const DowIo::PageWrite result = sim.dowIo().writePage(2, data, [&] {
+            if (stage == 1 && copyResets == 0) {
+                away = sim.probe.removeKey(key);
+            }
+            if (stage == 1 && copyResets == missedResets) {
+                sim.probe.insertKey(std::move(away));
+            }
+            ++copyResets;
+        });
+        QCOMPARE(stage == 0 ? result.ok : result.copied, done);
+        QCOMPARE(result.error, done ? QString() : DowIo::noKeyMessage());
+        QCOMPARE(key->memory().mid(MemoryKey::kPageSize, MemoryKey::kPageSize) == data, done);
     }
 };
 

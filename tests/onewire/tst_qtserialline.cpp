@@ -1,75 +1,63 @@
 #include "onewire/QtSerialLine.h"
 #include "support/OneWireDoubles.h"
+#include "support/PseudoTerminal.h"
 
 #include <QElapsedTimer>
 #include <QTest>
 
-#include <atomic>
-#include <functional>
-#include <thread>
-
-#include <asm/termbits.h>
-#include <fcntl.h>
-#include <poll.h>
-#include <stdlib.h>
-#include <sys/ioctl.h>
+#include <grp.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
 
-// The far end of a pseudo-terminal, played by a thread: every character that arrives is answered
-// through `answer`, by default with itself, like a passive probe's echo.
-class PtyProbe {
-public:
-    explicit PtyProbe(std::function<QByteArray(char)> answer = {}) {
-        master = ::posix_openpt(O_RDWR | O_NOCTTY);
-        if (master >= 0 && ::grantpt(master) == 0 && ::unlockpt(master) == 0) {
-            path = QString::fromLocal8Bit(::ptsname(master));
-        }
-        m_thread = std::thread([this, answer] {
-            while (!m_stop) {
-                pollfd pfd{master, POLLIN, 0};
-                char buffer[256];
-                const ssize_t n = ::poll(&pfd, 1, 5) > 0 && (pfd.revents & POLLIN) ? ::read(master, buffer, 256) : 0;
-                QByteArray reply;
-                for (ssize_t i = 0; i < n; ++i) {
-                    reply += answer ? answer(buffer[i]) : QByteArray(1, buffer[i]);
-                }
-                // Without a slave side open, poll reports a hang-up at once.
-                if (n <= 0) {
-                    std::this_thread::sleep_for(std::chrono::milliseconds(1));
-                } else if (::write(master, reply.constData(), size_t(reply.size())) < 0) {
-                    break;
-                }
-            }
-        });
-    }
-    ~PtyProbe() { hangUp(); }
+constexpr uid_t kNobody = 65534;
+constexpr int kCannotDropPrivileges = 3;
 
-    // The rate the slave side is set to, as the line discipline holds it.
-    int rate() const {
-        struct termios2 tio {};
-        return ::ioctl(master, TCGETS2, &tio) == 0 ? int(tio.c_ospeed) : -1;
-    }
-    // Like pulling the USB adapter out.
-    void hangUp() {
-        m_stop = true;
-        if (m_thread.joinable()) {
-            m_thread.join();
-        }
-        if (master >= 0) {
-            ::close(master);
-        }
-        master = -1;
-    }
-
-    int master = -1;
-    QString path;
-
-private:
-    std::thread m_thread;
-    std::atomic<bool> m_stop{false};
+struct ChildOpen {
+    int exitCode = -1;
+    QString error;
 };
+
+// Opens path in a child process that runs as an unprivileged user (nobody, when the test runs as root,
+// for whom mode bits do not stop an open), so that the kernel itself refuses; what the line said comes
+// back through a pipe.
+ChildOpen openAsUnprivilegedUser(const QString& path) {
+    int pipeFds[2];
+    if (::pipe(pipeFds) != 0) {
+        return {};
+    }
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        ::close(pipeFds[0]);
+        if (::getuid() == 0 && (::setgroups(0, nullptr) != 0 || ::setresgid(kNobody, kNobody, kNobody) != 0 ||
+                                ::setresuid(kNobody, kNobody, kNobody) != 0)) {
+            ::_exit(kCannotDropPrivileges);
+        }
+        QtSerialLine line;
+        line.setDevicePath(1, path);
+        QString error;
+        const bool opened = line.open(&error);
+        const QByteArray text = error.toUtf8();
+        const bool sent = ::write(pipeFds[1], text.constData(), size_t(text.size())) == text.size();
+        ::_exit(opened || !sent ? 1 : 0);
+    }
+    ::close(pipeFds[1]);
+    ChildOpen result;
+    QByteArray text;
+    char buffer[512];
+    for (ssize_t n; (n = ::read(pipeFds[0], buffer, sizeof buffer)) > 0;) {
+        text.append(buffer, n);
+    }
+    ::close(pipeFds[0]);
+    int status = 0;
+    if (pid > 0 && ::waitpid(pid, &status, 0) == pid && WIFEXITED(status)) {
+        result.exitCode = WEXITSTATUS(status);
+    }
+    result.error = QString::fromUtf8(text);
+    return result;
+}
 
 }  // namespace
 
@@ -77,22 +65,28 @@ class TestQtSerialLine : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
+    void refusedByTheSystem_data();
+    void refusedByTheSystem();
+
     void openFailures_data() {
         QTest::addColumn<int>("number");
         QTest::addColumn<QString>("path");
-        QTest::newRow("no device for the number") << 5 << QString();
-        QTest::newRow("missing device") << 2 << "/nonexistent/ttyVondrel";
+        QTest::addColumn<QString>("says");
+        QTest::newRow("no device for the number") << 5 << QString() << "Geen apparaat ingesteld voor Com5";
+        QTest::newRow("missing device") << 2 << "/nonexistent/ttyVondrel"
+                                        << "het apparaat /nonexistent/ttyVondrel bestaat niet";
     }
 
     void openFailures() {
         QFETCH(int, number);
         QFETCH(QString, path);
+        QFETCH(QString, says);
         QtSerialLine line;
         line.setDevicePath(number, path);
         line.setPortNumber(number);
         QString error;
         QVERIFY(!line.open(&error));
-        QVERIFY(!error.isEmpty());
+        QVERIFY2(error.contains(says), qPrintable(error));
         // A line that did not open answers everything at once, and never hangs.
         QVERIFY(!line.isOpen());
         QVERIFY(!line.write("x"));
@@ -104,7 +98,7 @@ private Q_SLOTS:
 
     // Rates without a B-constant (115200/11) too: set before the open, on an open line, and while closed.
     void echoesAtRates() {
-        PtyProbe probe;
+        PseudoTerminal probe(PseudoTerminal::echo);
         QtSerialLine line;
         line.setDevicePath(2, probe.path);
         line.setPortNumber(2);
@@ -112,6 +106,8 @@ private Q_SLOTS:
         QString error;
         QVERIFY2(line.open(&error), qPrintable(error));
         QCOMPARE(probe.rate(), 10472);
+        // A pseudo-terminal has no serial driver to ask for low latency; asking did not stop the open.
+        QCOMPARE(line.lowLatency(), SerialLine::LowLatency::NotOffered);
         const QByteArray run = pattern(256, 0);
         QVERIFY(line.write(run));
         QVERIFY(line.waitForEchoes(2000));
@@ -128,7 +124,7 @@ private Q_SLOTS:
     // Echoes that never come are written off, so one lost character does not make every later wait run into
     // its time-out; an unplugged adapter closes the line, so nothing waits on it any more.
     void missingEchoesAndUnplugging() {
-        PtyProbe probe([](char c) { return c == 'b' ? QByteArray() : QByteArray(1, c); });
+        PseudoTerminal probe([](char c) { return c == 'b' ? QByteArray() : QByteArray(1, c); });
         QtSerialLine line;
         line.setDevicePath(1, probe.path);
         QVERIFY(line.open(nullptr));
@@ -160,6 +156,36 @@ private Q_SLOTS:
         QVERIFY(clock.elapsed() < 500);
     }
 };
+
+// What the kernel refuses, from a process that is not root. A port without permission names the group
+// dialout and the command that joins it; one held by another program says so.
+void TestQtSerialLine::refusedByTheSystem_data() {
+    QTest::addColumn<bool>("heldByAnother");
+    QTest::addColumn<QStringList>("says");
+    QTest::newRow("no permission") << false
+                                   << QStringList{"geen toegang", "groep dialout", "sudo adduser ", " dialout\""};
+    QTest::newRow("in use by another program") << true << QStringList{"in gebruik door een ander programma"};
+}
+
+void TestQtSerialLine::refusedByTheSystem() {
+    QFETCH(bool, heldByAnother);
+    QFETCH(QStringList, says);
+    PseudoTerminal probe(PseudoTerminal::echo);
+    QVERIFY(::chmod(QFile::encodeName(probe.path).constData(), heldByAnother ? 0666 : 0) == 0);
+    QtSerialLine other;
+    other.setDevicePath(1, probe.path);
+    QVERIFY(!heldByAnother || other.open(nullptr));
+
+    const ChildOpen child = openAsUnprivilegedUser(probe.path);
+    if (child.exitCode == kCannotDropPrivileges) {
+        QSKIP("this system lets the test not become an unprivileged user");
+    }
+    QCOMPARE(child.exitCode, 0);
+    QVERIFY2(child.error.contains(probe.path), qPrintable(child.error));
+    for (const QString& part : says) {
+        QVERIFY2(child.error.contains(part), qPrintable(child.error));
+    }
+}
 
 QTEST_GUILESS_MAIN(TestQtSerialLine)
 #include "tst_qtserialline.moc"

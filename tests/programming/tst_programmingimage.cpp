@@ -1,7 +1,9 @@
+#include <sys/stat.h>
 #include <QtTest>
 
 #include "programming/KeyCode.h"
 #include "programming/ProgrammingImage.h"
+#include "support/Unblocking.h"
 
 namespace {
 
@@ -44,7 +46,41 @@ private Q_SLOTS:
     void parses();
     void storedKeyCodes_data();
     void storedKeyCodes();
+    void imageThatIsNoFile_data();
+    void imageThatIsNoFile();
 };
+
+// A FIFO, a folder or a device where the image file should be is refused with a message that names
+// it, without waiting on it.
+void TestProgrammingImage::imageThatIsNoFile_data() {
+    QTest::addColumn<QString>("thing");
+    QTest::newRow("FIFO") << "fifo";
+    QTest::newRow("folder") << "folder";
+    QTest::newRow("device") << "device";
+}
+
+void TestProgrammingImage::imageThatIsNoFile() {
+    QFETCH(QString, thing);
+    QTemporaryDir dir;
+    const QString path = dir.filePath("autonoom.hex");
+    if (thing == "fifo") {
+        QCOMPARE(::mkfifo(QFile::encodeName(path).constData(), 0644), 0);
+    } else if (thing == "folder") {
+        QVERIFY(QDir(dir.path()).mkdir("autonoom.hex"));
+    } else {
+        QVERIFY(QFile::link("/dev/null", path));
+    }
+    QByteArray memory;
+    QString error;
+    Status read;
+    QVERIFY2(unblocking::returnsWithoutBlocking(
+                 [&] { return ProgrammingImage::readFile(path, &memory, &error) ? Status() : Status::failure(error); },
+                 path, &read),
+             "blocked on the FIFO");
+    QVERIFY(!read);
+    QVERIFY2(error.contains(QDir::toNativeSeparators(path)), qPrintable(error));
+    QVERIFY(memory.isEmpty());
+}
 
 void TestProgrammingImage::parses_data() {
     QTest::addColumn<QByteArray>("text");

@@ -1,22 +1,25 @@
 // vondrel-probe: the probe work of the program without its windows: read a key's ROM, write a programming
 // image into a DS1993 or DS1994 and check it, dump a key's memory, build a reader's image.
 
+#include "onewire/Clock.h"
 #include "onewire/DowIo.h"
-#include "onewire/QtSerialLine.h"
-#include "onewire/SimulatedProbe.h"
-#include "onewire/UartBridgePortIo.h"
-#include "onewire/VirtualIButton.h"
+#include "onewire/MemoryKey.h"
+#include "onewire/ProbeStack.h"
+#include "onewire/SerialLine.h"
+#include "probesim/SimulatedProbe.h"
+#include "probesim/VirtualIButton.h"
 #include "programming/ImageBuilder.h"
 #include "programming/KeyCode.h"
+#include "programming/KeyPoller.h"
 #include "programming/KeyWriter.h"
 #include "programming/ProgrammingImage.h"
-#include "records/FolderName.h"
+#include "records/DataFolder.h"
 
 #include <QCoreApplication>
-#include <QDir>
 #include <QLocale>
 #include <QStringList>
 
+#include <csignal>
 #include <cstdio>
 #include <memory>
 
@@ -30,8 +33,6 @@ constexpr int kExitPort = 3;
 constexpr int kExitWrongFamily = 4;
 constexpr int kExitWriteFailed = 5;
 
-constexpr int kKeyCodeTickMs = 250;  // the key-holder window's timer
-constexpr int kProbeTickMs = 100;    // the probe window's timer
 constexpr double kDefaultTimeoutS = 10.0;
 // A day; beyond it the wait in milliseconds would no longer fit.
 constexpr int kMaxTimeoutS = 86400;
@@ -177,43 +178,41 @@ public:
                 }
                 probe->insertKey(std::move(key));
             }
-            m_line = std::move(probe);
+            m_stack = std::make_unique<ProbeStack>(std::move(probe));
         } else {
             if (!o.keys.isEmpty()) {
                 *error = QStringLiteral("--key hoort bij --simulate");
                 return kExitUsage;
             }
-            auto line = std::make_unique<QtSerialLine>();
-            line->setDevicePath(1, o.device);
-            line->setDevicePath(2, o.device);
-            m_line = std::move(line);
+            m_stack = ProbeStack::onDevice(o.device);
         }
-        m_line->setPortNumber(1);
-        m_ports = std::make_unique<UartBridgePortIo>(*m_line);
-        m_dow = std::make_unique<DowIo>(*m_line, *m_ports);
+        line().setPortNumber(1);
         QString systemError;
-        if (!m_line->open(&systemError)) {
+        if (!line().open(&systemError)) {
             *error = QStringLiteral("De poort %1 kan niet worden geopend: %2").arg(o.device, systemError);
             return kExitPort;
         }
         return kExitOk;
     }
 
-    DowIo& dow() { return *m_dow; }
-    SerialLine& line() { return *m_line; }
+    DowIo& dow() { return m_stack->dowIo(); }
+    SerialLine& line() { return m_stack->line(); }
 
 private:
-    std::unique_ptr<SerialLine> m_line;
-    std::unique_ptr<UartBridgePortIo> m_ports;
-    std::unique_ptr<DowIo> m_dow;
+    std::unique_ptr<ProbeStack> m_stack;
 };
 
 int timeoutMs(const Options& o) {
     return int(o.timeoutS * 1000.0);
 }
 
-int noKey(const PolledKey& polled, const Options& o) {
-    if (polled.notConnected) {
+KeyPoller::Step awaitKey(Probe& probe, KeyPoller::Purpose purpose, const Options& o) {
+    KeyPoller poller(probe.dow(), purpose);
+    return waitForKey(poller, Clock::steady(), timeoutMs(o));
+}
+
+int noKey(const KeyPoller::Step& step, const Options& o) {
+    if (step.outcome == KeyPoller::Outcome::NotConnected) {
         err(DowIo::probeGoneMessage());
         return kExitPort;
     }
@@ -223,10 +222,11 @@ int noKey(const PolledKey& polled, const Options& o) {
 }
 
 int readRom(Probe& probe, const Options& o) {
-    const PolledKey key = pollForKey(probe.dow(), true, kKeyCodeTickMs, timeoutMs(o));
-    if (!key.found) {
-        return noKey(key, o);
+    const KeyPoller::Step step = awaitKey(probe, KeyPoller::Purpose::KeyCode, o);
+    if (step.outcome != KeyPoller::Outcome::Found) {
+        return noKey(step, o);
     }
+    const DowIo::Identification& key = step.id;
     out(QStringLiteral("Familiecode: %1").arg(QStringLiteral("%1").arg(key.family, 2, 16, QLatin1Char('0')).toUpper()));
     out(QStringLiteral("Type: %1").arg(key.familyName));
     out(QStringLiteral("Sleutelcode: %1").arg(key.keyCode));
@@ -236,13 +236,14 @@ int readRom(Probe& probe, const Options& o) {
 
 // Waits for a key and refuses any but a DS1993 or DS1994. kExitOk when one is on the probe.
 int waitForProgrammingKey(Probe& probe, const Options& o) {
-    const PolledKey key = pollForKey(probe.dow(), false, kProbeTickMs, timeoutMs(o));
-    if (!key.found) {
-        return noKey(key, o);
-    }
-    if (!DowIo::isProgrammingKey(key.family)) {
+    const KeyPoller::Step step = awaitKey(probe, KeyPoller::Purpose::ProgrammingKey, o);
+    const DowIo::Identification& key = step.id;
+    if (step.outcome == KeyPoller::Outcome::WrongFamily) {
         err(DowIo::wrongFamilyMessage(key.family));
         return kExitWrongFamily;
+    }
+    if (step.outcome != KeyPoller::Outcome::Found) {
+        return noKey(step, o);
     }
     err(QStringLiteral("Sleutel %1 (%2)").arg(key.keyCode, key.familyName));
     return kExitOk;
@@ -261,7 +262,7 @@ int writeImage(Probe& probe, const Options& o) {
     KeyWriter writer(probe.dow());
     QString lastError;
     const KeyWriter::Result result = writer.write(memory, [&lastError](const KeyWriter::PageReport& report) {
-        const QString page = QStringLiteral("Pagina %1 van %2").arg(report.page).arg(DowIo::kPageCount);
+        const QString page = QStringLiteral("Pagina %1 van %2").arg(report.page).arg(MemoryKey::kPageCount);
         if (report.ok && report.copied) {
             out(page + QStringLiteral(" geschreven"));
         } else if (report.ok) {
@@ -278,11 +279,11 @@ int writeImage(Probe& probe, const Options& o) {
         err(result.readError);
     }
     for (int page : result.differingPages) {
-        const int offset = (page - 1) * DowIo::kPageSize;
+        const int offset = (page - 1) * MemoryKey::kPageSize;
         err(QStringLiteral("Pagina %1 wijkt af: geschreven %2, teruggelezen %3")
                 .arg(page)
-                .arg(QString::fromLatin1(memory.mid(offset, DowIo::kPageSize).toHex().toUpper()))
-                .arg(QString::fromLatin1(result.memory.mid(offset, DowIo::kPageSize).toHex().toUpper())));
+                .arg(QString::fromLatin1(memory.mid(offset, MemoryKey::kPageSize).toHex().toUpper()))
+                .arg(QString::fromLatin1(result.memory.mid(offset, MemoryKey::kPageSize).toHex().toUpper())));
     }
     out(result.checkText());
     if (probeGone) {
@@ -309,30 +310,29 @@ int buildImage(const Options& o) {
         err(QStringLiteral("build-image verwacht --home MAP en --reader N"));
         return kExitUsage;
     }
-    QString error;
-    if (!checkFolderName(o.map, &error)) {
-        err(error);
+    if (const Status allowed = DataFolder::checkLocation(o.home, o.map); !allowed) {
+        err(allowed.error);
         return kExitUsage;
     }
-    QString folder = QDir(o.home).filePath(QStringLiteral("bestanden"));
-    if (!o.map.trimmed().isEmpty()) {
-        folder = QDir(folder).filePath(o.map.trimmed());
-    }
-    const SleutelLadenResult result = Sleutel_Laden(folder, o.reader);
+    const SleutelLadenResult result = Sleutel_Laden(DataFolder::path(o.home, o.map), o.reader);
     if (!result.ok) {
         err(result.error);
         return kExitUsage;
     }
-    out(QStringLiteral("%1 gemaakt voor lezer %2: %3 sleutels")
-            .arg(result.imagePath)
-            .arg(o.reader)
-            .arg(result.keyCount));
+    const int stored = result.reader.aantalsleutels();
+    out(QStringLiteral("%1 gemaakt voor lezer %2: %3 sleutels").arg(result.imagePath).arg(o.reader).arg(stored) +
+        (stored == result.keyCount
+             ? QString()
+             : QStringLiteral(" opgeslagen (de lijsten tellen er %1; meer past niet in het lezerrecord)")
+                   .arg(result.keyCount)));
     return kExitOk;
 }
 
 }  // namespace
 
 int main(int argc, char* argv[]) {
+    // A file that reaches the size limit must fail its write with a message, not end the program.
+    ::signal(SIGXFSZ, SIG_IGN);
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("vondrel-probe"));
 

@@ -1,9 +1,11 @@
 // vondrel-sim: the simulated probe on a pseudo-terminal, so that the program (or any serial client) can
 // talk to virtual iButtons through a real serial device node.
 
-#include "onewire/ProbeSimPty.h"
-#include "onewire/SimulatedWire.h"
-#include "onewire/VirtualIButton.h"
+#include "onewire/Clock.h"
+#include "probesim/PacedLine.h"
+#include "probesim/ProbeSimPty.h"
+#include "probesim/SimulatedWire.h"
+#include "probesim/VirtualIButton.h"
 
 #include <QByteArray>
 #include <QString>
@@ -16,7 +18,6 @@
 #include <csignal>
 #include <cstdio>
 #include <cstring>
-#include <deque>
 
 namespace {
 
@@ -44,11 +45,10 @@ const char kHelp[] =
     "Elke opdracht antwoordt op standaarduitvoer: \"ok\" (dump: de 16 regels), of \"fout\" met de reden op\n"
     "standaardfout, zodat een script altijd een antwoord krijgt.\n";
 
-using Clock = std::chrono::steady_clock;
-using Nanos = std::chrono::nanoseconds;
+using Nanos = Clock::Time;
 
 Nanos nowNs() {
-    return std::chrono::duration_cast<Nanos>(Clock::now().time_since_epoch());
+    return Clock::steady().now();
 }
 
 void complain(const QString& message) {
@@ -77,7 +77,7 @@ public:
             const int count = m_stdinOpen ? 2 : 1;
             timespec timeout{};
             timespec* wait = nullptr;
-            const Nanos next = nextEvent();
+            const Nanos next = m_line.nextEvent();
             if (next != Nanos::max()) {
                 const Nanos left = std::max(Nanos(0), next - nowNs());
                 timeout.tv_sec = time_t(left.count() / 1'000'000'000);
@@ -101,15 +101,6 @@ public:
     }
 
 private:
-    struct Incoming {
-        uint8_t character;
-        Nanos arrival;
-    };
-    struct Echo {
-        Nanos due;
-        uint8_t value;
-    };
-
     int baud() const {
         // The client sets the rate on its side; the slave we hold shares that terminal's settings.
         int rate = ProbeSimPty::baudRate(m_slave);
@@ -119,43 +110,18 @@ private:
         return rate > 0 ? rate : kFallbackBaud;
     }
 
-    Nanos nextEvent() const {
-        Nanos next = Nanos::max();
-        if (!m_echoes.empty()) {
-            next = m_echoes.front().due;
-        }
-        if (!m_queue.empty()) {
-            next = std::min(next, std::max(m_lineFreeAt, m_queue.front().arrival));
-        }
-        return next;
-    }
-
-    // Sends what is due: each character leaves when the line is free, at the rate set at that moment,
-    // and its echo goes back once its ten bits have passed.
+    // Sends what is due, at the rate set at that moment, and hands back every echo that has come in.
     void catchUp(Nanos now) {
-        for (;;) {
-            while (!m_echoes.empty() && m_echoes.front().due <= now) {
-                const char value = char(m_echoes.front().value);
-                // Nobody reading: the terminal's input fills up and further echoes are lost, as on a
-                // port nobody has open.
-                (void)!::write(m_master, &value, 1);
-                m_echoes.pop_front();
-            }
-            if (m_queue.empty() || std::max(m_lineFreeAt, m_queue.front().arrival) > now) {
-                return;
-            }
-            const int rate = baud();
-            const Nanos characterTime(int64_t(SimulatedWire::characterUs(rate) * 1000.0 + 0.5));
-            while (!m_queue.empty()) {
-                const Nanos start = std::max(m_lineFreeAt, m_queue.front().arrival);
-                if (start > now) {
-                    break;
-                }
-                const uint8_t echo = m_wire.transmit(m_queue.front().character, rate);
-                m_lineFreeAt = start + characterTime;
-                m_echoes.push_back({m_lineFreeAt, echo});
-                m_queue.pop_front();
-            }
+        if (m_line.queuedCount() > 0) {
+            m_line.advance(now, baud(), [this](uint8_t character, int rate) {
+                return std::optional<uint8_t>(m_wire.transmit(character, rate));
+            });
+        }
+        for (int echo = m_line.takeEcho(now); echo >= 0; echo = m_line.takeEcho(now)) {
+            const char value = char(echo);
+            // Nobody reading: the terminal's input fills up and further echoes are lost, as on a port
+            // nobody has open.
+            (void)!::write(m_master, &value, 1);
         }
     }
 
@@ -164,10 +130,7 @@ private:
         for (;;) {
             const ssize_t got = ::read(m_master, buffer, sizeof buffer);
             if (got > 0) {
-                const Nanos arrival = nowNs() + m_latency;
-                for (ssize_t i = 0; i < got; ++i) {
-                    m_queue.push_back({uint8_t(buffer[i]), arrival});
-                }
+                m_line.queue(QByteArray(buffer, int(got)), nowNs() + m_latency);
                 continue;
             }
             if (got < 0 && (errno == EAGAIN || errno == EINTR)) {
@@ -247,9 +210,7 @@ private:
     int m_slave;
     Nanos m_latency;
     SimulatedWire m_wire;
-    std::deque<Incoming> m_queue;
-    std::deque<Echo> m_echoes;
-    Nanos m_lineFreeAt{0};
+    PacedLine m_line;
     bool m_stdinOpen = true;
     QByteArray m_commandBuffer;
 };

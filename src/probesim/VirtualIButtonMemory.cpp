@@ -1,4 +1,4 @@
-#include "onewire/VirtualIButtonMemory.h"
+#include "probesim/VirtualIButtonMemory.h"
 
 VirtualIButtonMemory::VirtualIButtonMemory(Kind kind, const Rom& rom)
     : VirtualIButton(kind, rom), m_memory(kMemoryBytes, '\0'), m_scratchpad(kScratchpadBytes, '\0') {}

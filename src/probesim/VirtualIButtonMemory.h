@@ -1,11 +1,13 @@
 #pragma once
 
-#include "onewire/VirtualIButton.h"
+#include "probesim/VirtualIButton.h"
 
 // A DS1993 or DS1994: 512 bytes of memory written through a 32-byte scratchpad. The DS1994's clock
 // registers above the memory are not modelled.
 class VirtualIButtonMemory : public VirtualIButton {
 public:
+    // The device as its data sheet describes it, kept apart from the program's memory-key constants on
+    // purpose, like the ROM commands.
     static constexpr int kMemoryBytes = 512;
     static constexpr int kScratchpadBytes = 32;
 
@@ -25,7 +27,6 @@ public:
     QByteArray memory() const override { return m_memory; }
     void setMemory(const QByteArray& bytes) override;
     QByteArray scratchpad() const override { return m_scratchpad; }
-    uint16_t targetAddress() const override { return m_target; }
     uint8_t endingStatus() const override { return m_status; }
 
 protected:

@@ -23,6 +23,8 @@ public:
         double lowUs = 0;
     };
 
+    // The key's own side of the ROM commands, from the data sheet and apart from the program's codes on
+    // purpose: a wrong code in the program then shows up as a key that does not answer.
     static constexpr uint8_t kReadRom = 0x33;
     static constexpr uint8_t kReadRomOld = 0x0F;
     static constexpr uint8_t kMatchRom = 0x55;
@@ -66,8 +68,6 @@ public:
     bool setPresenceEcho(uint8_t echoAtResetRate);
     // What the echo of a reset character at the reset rate looks like with this key alone on the line.
     uint8_t presenceEcho() const;
-    void setPresenceTiming(const PresenceTiming& timing) { m_presence = timing; }
-    const PresenceTiming& presenceTiming() const { return m_presence; }
     // Each 0 sent in a read slot is held for a length drawn from this range.
     void setReadZeroHold(double minUs, double maxUs);
 
@@ -75,7 +75,6 @@ public:
     virtual QByteArray memory() const { return {}; }
     virtual void setMemory(const QByteArray&) {}
     virtual QByteArray scratchpad() const { return {}; }
-    virtual uint16_t targetAddress() const { return 0; }
     virtual uint8_t endingStatus() const { return 0; }
 
     // --- The bus side, driven by SimulatedWire. ---

@@ -78,6 +78,7 @@ private Q_SLOTS:
     void writesReadsBackAndLosesTheProbe();
     void buildsImage_data();
     void buildsImage();
+    void buildImageSaysWhatIsStored();
 
 private:
     QTemporaryDir m_dir;
@@ -196,6 +197,27 @@ void TestProbeTool::buildsImage() {
     const QByteArray image = contents(folder + QStringLiteral("/autonoom.hex"));
     QCOMPARE(image.size(), built ? 1024 : 2048);
     QCOMPARE(image.mid(16, 4), built ? QByteArray("BEEF") : QByteArray("ZZZZ"));
+}
+
+// More keys than the reader's 16-bit field holds: the field gets its largest number, and the tool says
+// so instead of the count it could not store.
+void TestProbeTool::buildImageSaysWhatIsStored() {
+    QTemporaryDir home;
+    const QString folder = home.filePath(QStringLiteral("bestanden"));
+    QVERIFY(QDir().mkpath(folder));
+    KeyHolder holder = KeyHolder::blank();
+    holder.setGeldig(QStringLiteral("1"));
+    holder.setSleutelcode(QStringLiteral("BEEF123456"));
+    holder.setToegang(QByteArray(1, '\x01'));
+    holder.setWijziging(QByteArray(1, '\x01'));
+    QVERIFY(writeFile(folder + QStringLiteral("/asleutel.bst"), holder.bytes().repeated(16400)));
+    QVERIFY(writeFile(folder + QStringLiteral("/autonoom.bst"), Reader::defaultRecord({2024, 5, 1}).bytes()));
+
+    Tool tool({"build-image", "--home", home.path(), "--reader", "1"});
+    QCOMPARE(tool.code, 0);
+    QVERIFY2(tool.out.contains(QStringLiteral("lezer 1: 32767 sleutels")), qPrintable(tool.out));
+    QVERIFY2(tool.out.contains(QStringLiteral("32800")), qPrintable(tool.out));
+    QCOMPARE(contents(folder + QStringLiteral("/autonoom.bst")).mid(58, 2), QByteArray("\xFF\x7F", 2));
 }
 
 QTEST_GUILESS_MAIN(TestProbeTool)

@@ -1,26 +1,23 @@
 #pragma once
 
+#include "onewire/Clock.h"
 #include "onewire/SerialLine.h"
-#include "onewire/SimulatedClock.h"
-#include "onewire/SimulatedWire.h"
+#include "probesim/PacedLine.h"
+#include "probesim/SimulatedWire.h"
 
 #include <cstdint>
-#include <deque>
 #include <memory>
-#include <random>
 #include <vector>
 
-// A passive 1-Wire probe with virtual keys behind a serial line, paced like the real thing: a character
-// leaves the port after the one before it has gone, at the bit rate in force when it leaves, and its
-// echo can be read once its ten bits have passed. A character still queued when the rate changes
-// therefore goes out at the new rate, as on a real port. Faults can be set up: an unplugged probe,
-// lost echoes, noise, keys touched or pulled at a given character, the latency of a USB adapter.
+// A passive 1-Wire probe with virtual keys behind a serial line, its characters paced like a real port's
+// (see PacedLine). Faults can be set up: an unplugged probe, a port without a probe, flipped echoes, keys
+// touched or pulled at a given character, the latency of a USB adapter.
 class SimulatedProbe : public SerialLine {
 public:
     static constexpr int kDefaultBaud = 9600;
 
-    // The clock is not owned; without one the probe runs on the steady clock.
-    explicit SimulatedProbe(SimulatedClock* clock = nullptr);
+    // The clock is not owned; waits on the line move it (a ManualClock) or sleep (the steady clock).
+    explicit SimulatedProbe(Clock& clock = Clock::steady());
     ~SimulatedProbe() override;
 
     void setPortNumber(int number) override { m_portNumber = number; }
@@ -56,40 +53,27 @@ public:
     void setProbeConnected(bool connected) { m_probeConnected = connected; }
     // A USB-serial adapter holds each write() this long before its first character leaves.
     void setTransferLatencyUs(int64_t latencyUs) { m_latency = std::chrono::microseconds(latencyUs); }
-    // Each echo gets one random bit flipped with this probability.
-    void setEchoNoise(double probability, uint32_t seed = 1);
     // The echo of the character with this index (from 0, counted like charactersSent()) is XOR-ed.
     void corruptEcho(int64_t characterIndex, uint8_t xorMask);
 
 private:
-    using Time = SimulatedClock::Time;
+    using Time = Clock::Time;
 
-    struct Outgoing {
-        uint8_t character;
-        Time earliest;
-    };
-    struct Echo {
-        Time due;
-        uint8_t value;
-    };
     struct KeyEvent {
         int64_t atCharacter;
         std::unique_ptr<VirtualIButton> key;  // null: remove every key
     };
 
-    Time now() const { return m_clock->now(); }
-    Time characterTime() const;
+    Time now() const { return m_clock.now(); }
     void advance();
+    std::optional<uint8_t> transmit(uint8_t character, int bitsPerSecond);
     void applyKeyEvents();
-    uint8_t applyNoise(uint8_t echo);
-    int readyCount() const;
-    // When the nth echo not yet read will be readable, if nothing changes; max() when never.
-    Time projectedEcho(int n) const;
+    uint8_t applyCorruption(uint8_t echo);
     bool waitUntil(int count, int timeoutMs);
 
-    std::unique_ptr<SimulatedClock> m_ownClock;
-    SimulatedClock* m_clock;
+    Clock& m_clock;
     SimulatedWire m_wire;
+    PacedLine m_paced;
 
     int m_portNumber = 1;
     bool m_open = false;
@@ -99,14 +83,9 @@ private:
     int m_baud = kDefaultBaud;
     Time m_latency{0};
 
-    std::deque<Outgoing> m_out;
-    std::deque<Echo> m_echoes;
-    Time m_lineFreeAt{0};
     int64_t m_sent = 0;
     int64_t m_lostSinceOpen = 0;  // characters that left without an echo
 
     std::vector<KeyEvent> m_keyEvents;
-    double m_noiseProbability = 0;
-    std::mt19937 m_noise;
     std::vector<std::pair<int64_t, uint8_t>> m_corruptions;
 };

@@ -1,4 +1,4 @@
-#include "onewire/SimulatedWire.h"
+#include "probesim/SimulatedWire.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "onewire/ProbeSimPty.h"
+#include "probesim/ProbeSimPty.h"
 
 #include <fcntl.h>
 #include <termios.h>

@@ -1,6 +1,6 @@
-#include "onewire/VirtualIButton.h"
+#include "probesim/VirtualIButton.h"
 
-#include "onewire/VirtualIButtonMemory.h"
+#include "probesim/VirtualIButtonMemory.h"
 
 #include <algorithm>
 #include <cctype>

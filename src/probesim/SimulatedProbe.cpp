@@ -1,13 +1,8 @@
-#include "onewire/SimulatedProbe.h"
+#include "probesim/SimulatedProbe.h"
 
 #include <algorithm>
 
-SimulatedProbe::SimulatedProbe(SimulatedClock* clock) : m_clock(clock) {
-    if (!m_clock) {
-        m_ownClock = std::make_unique<SteadySimulatedClock>();
-        m_clock = m_ownClock.get();
-    }
-}
+SimulatedProbe::SimulatedProbe(Clock& clock) : m_clock(clock) {}
 
 SimulatedProbe::~SimulatedProbe() = default;
 
@@ -26,33 +21,24 @@ bool SimulatedProbe::open(QString* error) {
 void SimulatedProbe::close() {
     advance();
     m_open = false;
-    m_out.clear();
-    m_echoes.clear();
-}
-
-SimulatedProbe::Time SimulatedProbe::characterTime() const {
-    return Time(int64_t(SimulatedWire::characterUs(m_baud) * 1000.0 + 0.5));
+    m_paced.clear();
 }
 
 void SimulatedProbe::advance() {
-    const Time current = now();
-    while (!m_out.empty()) {
-        const Time start = std::max(m_lineFreeAt, m_out.front().earliest);
-        if (start > current) {
-            break;
-        }
-        applyKeyEvents();
-        const uint8_t echo = applyNoise(m_wire.transmit(m_out.front().character, m_baud));
-        m_lineFreeAt = start + characterTime();
-        if (m_probeConnected) {
-            m_echoes.push_back({m_lineFreeAt, echo});
-        } else {
-            ++m_lostSinceOpen;
-        }
-        m_out.pop_front();
-        ++m_sent;
-    }
+    m_paced.advance(now(), m_baud,
+                    [this](uint8_t character, int bitsPerSecond) { return transmit(character, bitsPerSecond); });
     applyKeyEvents();
+}
+
+std::optional<uint8_t> SimulatedProbe::transmit(uint8_t character, int bitsPerSecond) {
+    applyKeyEvents();
+    const uint8_t echo = applyCorruption(m_wire.transmit(character, bitsPerSecond));
+    ++m_sent;
+    if (!m_probeConnected) {
+        ++m_lostSinceOpen;
+        return std::nullopt;
+    }
+    return echo;
 }
 
 void SimulatedProbe::applyKeyEvents() {
@@ -70,7 +56,7 @@ void SimulatedProbe::applyKeyEvents() {
     }
 }
 
-uint8_t SimulatedProbe::applyNoise(uint8_t echo) {
+uint8_t SimulatedProbe::applyCorruption(uint8_t echo) {
     for (auto it = m_corruptions.begin(); it != m_corruptions.end();) {
         if (it->first == m_sent) {
             echo ^= it->second;
@@ -79,49 +65,27 @@ uint8_t SimulatedProbe::applyNoise(uint8_t echo) {
             ++it;
         }
     }
-    if (m_noiseProbability > 0 && std::uniform_real_distribution<double>(0, 1)(m_noise) < m_noiseProbability) {
-        echo ^= uint8_t(1u << (m_noise() % 8));
-    }
     return echo;
-}
-
-int SimulatedProbe::readyCount() const {
-    const Time current = now();
-    int count = 0;
-    for (const Echo& echo : m_echoes) {
-        if (echo.due > current) {
-            break;
-        }
-        ++count;
-    }
-    return count;
 }
 
 int SimulatedProbe::inBufferCount() {
     advance();
-    return readyCount();
+    return m_paced.readyCount(now());
 }
 
 void SimulatedProbe::discardInput() {
     advance();
-    for (int ready = readyCount(); ready > 0; --ready) {
-        m_echoes.pop_front();
-    }
+    m_paced.dropReady(now());
 }
 
 int SimulatedProbe::outBufferCount() {
     advance();
-    return int(m_out.size());
+    return m_paced.queuedCount();
 }
 
 int SimulatedProbe::readChar() {
     advance();
-    if (m_echoes.empty() || m_echoes.front().due > now()) {
-        return -1;
-    }
-    const int value = m_echoes.front().value;
-    m_echoes.pop_front();
-    return value;
+    return m_paced.takeEcho(now());
 }
 
 bool SimulatedProbe::write(const QByteArray& run) {
@@ -129,46 +93,26 @@ bool SimulatedProbe::write(const QByteArray& run) {
         return false;
     }
     advance();
-    const Time earliest = now() + m_latency;
-    for (char c : run) {
-        m_out.push_back({uint8_t(c), earliest});
-    }
+    m_paced.queue(run, now() + m_latency);
     advance();
     return true;
-}
-
-SimulatedProbe::Time SimulatedProbe::projectedEcho(int n) const {
-    if (n <= 0) {
-        return Time::min();
-    }
-    if (n <= int(m_echoes.size())) {
-        return m_echoes[n - 1].due;
-    }
-    if (!m_probeConnected || n > int(m_echoes.size() + m_out.size())) {
-        return Time::max();
-    }
-    Time free = m_lineFreeAt;
-    const int index = n - int(m_echoes.size()) - 1;
-    for (int i = 0; i <= index; ++i) {
-        free = std::max(free, m_out[i].earliest) + characterTime();
-    }
-    return free;
 }
 
 bool SimulatedProbe::waitUntil(int count, int timeoutMs) {
     const Time deadline = now() + std::chrono::milliseconds(std::max(timeoutMs, 0));
     for (;;) {
         advance();
-        if (readyCount() >= count) {
+        if (m_paced.readyCount(now()) >= count) {
             return true;
         }
-        const Time due = projectedEcho(count);
+        const bool lost = !m_probeConnected && count > m_paced.echoCount();
+        const Time due = lost ? Time::max() : m_paced.projectedEcho(count, m_baud);
         if (due > deadline) {
-            m_clock->sleepUntil(deadline);
+            m_clock.sleepUntil(deadline);
             advance();
-            return readyCount() >= count;
+            return m_paced.readyCount(now()) >= count;
         }
-        m_clock->sleepUntil(due);
+        m_clock.sleepUntil(due);
     }
 }
 
@@ -184,11 +128,11 @@ bool SimulatedProbe::waitForEchoes(int timeoutMs) {
         return false;
     }
     advance();
-    if (m_lostSinceOpen > 0 || (!m_probeConnected && !m_out.empty())) {
-        m_clock->sleepUntil(now() + std::chrono::milliseconds(std::max(timeoutMs, 0)));
+    if (m_lostSinceOpen > 0 || (!m_probeConnected && m_paced.queuedCount() > 0)) {
+        m_clock.sleepUntil(now() + std::chrono::milliseconds(std::max(timeoutMs, 0)));
         return false;
     }
-    return waitUntil(int(m_echoes.size() + m_out.size()), timeoutMs);
+    return waitUntil(m_paced.echoCount() + m_paced.queuedCount(), timeoutMs);
 }
 
 bool SimulatedProbe::setBaudRate(int bitsPerSecond) {
@@ -233,13 +177,8 @@ void SimulatedProbe::setUnplugged(bool unplugged, const QString& errorText) {
     m_unplugged = unplugged;
     m_unpluggedText = errorText;
     if (unplugged) {
-        m_out.clear();
+        m_paced.clearQueue();
     }
-}
-
-void SimulatedProbe::setEchoNoise(double probability, uint32_t seed) {
-    m_noiseProbability = probability;
-    m_noise.seed(seed);
 }
 
 void SimulatedProbe::corruptEcho(int64_t characterIndex, uint8_t xorMask) {

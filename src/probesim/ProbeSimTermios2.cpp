@@ -1,4 +1,4 @@
-#include "onewire/ProbeSimPty.h"
+#include "probesim/ProbeSimPty.h"
 
 // <asm/termbits.h> brings its own struct termios, which clashes with <termios.h>: it lives alone here.
 #include <asm/termbits.h>

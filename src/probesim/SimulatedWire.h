@@ -1,6 +1,6 @@
 #pragma once
 
-#include "onewire/VirtualIButton.h"
+#include "probesim/VirtualIButton.h"
 
 #include <cstdint>
 #include <memory>

@@ -1,8 +1,7 @@
-#include "onewire/SimulatedProbe.h"
-#include "onewire/VirtualIButtonMemory.h"
+#include "probesim/SimulatedProbe.h"
+#include "probesim/VirtualIButtonMemory.h"
 #include "support/OneWireDoubles.h"
 
-#include <QElapsedTimer>
 #include <QTest>
 
 #include <set>
@@ -34,8 +33,8 @@ class TestSimulatedProbe : public QObject {
 
 private Q_SLOTS:
     void init() {
-        m_clock = std::make_unique<ManualSimulatedClock>();
-        m_probe = std::make_unique<SimulatedProbe>(m_clock.get());
+        m_clock = std::make_unique<ManualClock>();
+        m_probe = std::make_unique<SimulatedProbe>(*m_clock);
         QVERIFY(m_probe->open(nullptr));
     }
 
@@ -298,19 +297,6 @@ private Q_SLOTS:
         QCOMPARE(m_clock->now() - beforeTimeout, std::chrono::nanoseconds(std::chrono::milliseconds(5)));
     }
 
-    // The program's own simulated probe runs on the steady clock.
-    void echoPacingInRealTime() {
-        SimulatedProbe probe;
-        QVERIFY(probe.open(nullptr));
-        probe.setBaudRate(kSlotBaud);
-        QElapsedTimer timer;
-        timer.start();
-        QVERIFY(probe.write(QByteArray(200, kOne)));  // 17.4 ms on the wire
-        QVERIFY(probe.waitForEchoes(1000));
-        QVERIFY2(timer.nsecsElapsed() >= 17'000'000, qPrintable(QString::number(timer.nsecsElapsed())));
-        QCOMPARE(probe.inBufferCount(), 200);
-    }
-
     void faults() {
         // One flipped echo shows in the ROM read.
         m_probe->insertKey(makeKey("ds1990a:01A1B2C3D4E5F6"));
@@ -351,7 +337,7 @@ private:
         return bytesFromEchoes(exchange(slotsFor(bytes) + QByteArray(readBytes * 8, kOne)).mid(bytes.size() * 8));
     }
 
-    std::unique_ptr<ManualSimulatedClock> m_clock;
+    std::unique_ptr<ManualClock> m_clock;
     std::unique_ptr<SimulatedProbe> m_probe;
 };
 
