@@ -11,81 +11,64 @@
 #include <unistd.h>
 #endif
 
-bool FileOps::write(QFile& file, const QByteArray& data, QString* error) {
-    const qint64 written = file.write(data);
-    if (written != data.size()) {
-        if (error) {
-            *error = file.errorString();
+Status FileOps::write(QFile& file, const QByteArray& data) {
+#ifdef Q_OS_UNIX
+    // Written here rather than by QFile: a write cut short (a full disk, a size limit) leaves QFile with
+    // no reason to give, where the system has one.
+    const char* next = data.constData();
+    qint64 left = data.size();
+    qint64 at = file.pos();
+    while (left > 0) {
+        const ssize_t written = ::pwrite(file.handle(), next, size_t(left), off_t(at));
+        if (written < 0 && errno == EINTR) {
+            continue;
         }
-        return false;
+        if (written <= 0) {
+            return Status::failure(QString::fromLocal8Bit(std::strerror(written < 0 ? errno : ENOSPC)));
+        }
+        next += written;
+        left -= written;
+        at += written;
     }
-    return true;
+    file.seek(at);
+#else
+    if (file.write(data) != data.size()) {
+        return Status::failure(file.errorString());
+    }
+#endif
+    return {};
 }
 
-bool FileOps::flush(QFile& file, QString* error) {
+Status FileOps::flush(QFile& file) {
     if (!file.flush()) {
-        if (error) {
-            *error = file.errorString();
-        }
-        return false;
+        return Status::failure(file.errorString());
     }
 #ifdef Q_OS_UNIX
     if (::fsync(file.handle()) != 0) {
-        if (error) {
-            *error = QString::fromLocal8Bit(std::strerror(errno));
-        }
-        return false;
+        return Status::failure(QString::fromLocal8Bit(std::strerror(errno)));
     }
 #endif
-    return true;
+    return {};
 }
 
-bool FileOps::rename(const QString& from, const QString& to, QString* error) {
+Status FileOps::rename(const QString& from, const QString& to) {
     std::error_code ec;
     std::filesystem::rename(std::filesystem::path(from.toStdU16String()), std::filesystem::path(to.toStdU16String()),
                             ec);
     if (ec) {
-        if (error) {
-            *error = QString::fromLocal8Bit(ec.message());
-        }
-        return false;
+        return Status::failure(QString::fromLocal8Bit(ec.message()));
     }
 #ifdef Q_OS_UNIX
-    // The rename itself only lasts once the folder's entry is on disk.
     const int dir = ::open(QFile::encodeName(QFileInfo(to).absolutePath()).constData(), O_RDONLY | O_DIRECTORY);
     if (dir >= 0) {
         ::fsync(dir);
         ::close(dir);
     }
 #endif
-    return true;
+    return {};
 }
 
 FileOps* FileOps::real() {
     static FileOps ops;
     return &ops;
-}
-
-bool FaultyFileOps::failNow(QString* error) {
-    ++m_count;
-    if (m_count == m_failAt) {
-        m_fired = true;
-        if (error) {
-            *error = faultText();
-        }
-        return true;
-    }
-    return false;
-}
-
-bool FaultyFileOps::write(QFile& file, const QByteArray& data, QString* error) {
-    return !failNow(error) && FileOps::write(file, data, error);
-}
-
-bool FaultyFileOps::flush(QFile& file, QString* error) {
-    return !failNow(error) && FileOps::flush(file, error);
-}
-
-bool FaultyFileOps::rename(const QString& from, const QString& to, QString* error) {
-    return !failNow(error) && FileOps::rename(from, to, error);
 }

@@ -16,22 +16,17 @@ void KeyHolder::setMap(int offset, const QByteArray& map) {
     m_bytes.replace(offset, kMapBytes, value);
 }
 
-bool BitFind(QByteArray& map, int n, int& mode, QString* error) {
+Status BitFind(QByteArray& map, int n, int& mode) {
     if (n < 0 || n >= KeyHolder::kMaxReaders) {
-        if (error) {
-            *error = QStringLiteral("Lezer %1 past niet in de toegangslijst: er is plaats voor lezers 1 tot en met %2.")
-                         .arg(n + 1)
-                         .arg(KeyHolder::kMaxReaders);
-        }
-        return false;
+        return Status::failure(
+            QStringLiteral("Lezer %1 past niet in de toegangslijst: er is plaats voor lezers 1 tot en met %2.")
+                .arg(n + 1)
+                .arg(KeyHolder::kMaxReaders));
     }
     if (map.size() != KeyHolder::kMapBytes) {
-        if (error) {
-            *error = QStringLiteral("Ongeldige toegangslijst (%1 bytes in plaats van %2).")
-                         .arg(map.size())
-                         .arg(KeyHolder::kMapBytes);
-        }
-        return false;
+        return Status::failure(QStringLiteral("Ongeldige toegangslijst (%1 bytes in plaats van %2).")
+                                   .arg(map.size())
+                                   .arg(KeyHolder::kMapBytes));
     }
     const char mask = static_cast<char>(1 << (n % 8));
     char& byte = map[n / 8];
@@ -42,5 +37,5 @@ bool BitFind(QByteArray& map, int n, int& mode, QString* error) {
     } else {
         mode = (byte & mask) ? 3 : 0;
     }
-    return true;
+    return {};
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "records/FixedRecord.h"
+#include "records/Result.h"
 
 // One 512-byte record of asleutel.bst: a key holder's particulars, key code and two reader maps.
 // Text getters return the field as stored, padding included.
@@ -49,5 +50,5 @@ private:
 // The one operation on a reader map. Reader number n (from 0) is bit n mod 8 of byte n div 8.
 // mode 1 sets the bit, 2 clears it (mode left as it is); any other mode tests it and becomes 3 when
 // the bit is set, 0 when it is clear. A reader number outside 0..127 or a map that is not 16 bytes is
-// refused: false with a message, map and mode untouched.
-bool BitFind(QByteArray& map, int n, int& mode, QString* error = nullptr);
+// refused with a message, map and mode untouched.
+Status BitFind(QByteArray& map, int n, int& mode);

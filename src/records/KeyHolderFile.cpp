@@ -2,133 +2,174 @@
 
 #include <QDir>
 
+#include "records/PlainFile.h"
 #include "records/ReaderFile.h"
+
+namespace {
+
+KeyHolder fromBytes(const QByteArray& bytes) {
+    KeyHolder holder = KeyHolder::blank();
+    if (!bytes.isEmpty()) {
+        holder.setBytes(bytes);
+    }
+    return holder;
+}
+
+// A key code never written holds zero bytes; those count as blanks.
+QString trimmedKeyCode(QString code) {
+    return code.replace(QChar(0), QChar(u' ')).trimmed();
+}
+
+}  // namespace
 
 KeyHolderFile::KeyHolderFile(const QString& folder, FileOps* ops)
     : m_folder(folder), m_ops(ops), m_file(QDir(folder).filePath(QLatin1String(kFileName)), KeyHolder::kSize, ops) {}
 
-int KeyHolderFile::count(QString* error) const {
-    return m_file.count(error);
+Result<int> KeyHolderFile::count() const {
+    return m_file.count();
 }
 
-bool KeyHolderFile::record_load(int n, QString* error) {
-    QByteArray bytes;
-    if (!m_file.read(n, &bytes, error)) {
-        return false;
+Status KeyHolderFile::record_load(int n) {
+    const Result<QByteArray> bytes = m_file.read(n);
+    if (bytes) {
+        m_current = fromBytes(bytes.value);
     }
-    if (bytes.isEmpty()) {
-        m_current = KeyHolder::blank();
-    } else {
-        m_current.setBytes(bytes);
+    return bytes;
+}
+
+Result<QList<KeyHolder>> KeyHolderFile::readAll() {
+    const Result<QByteArrayList> records = m_file.readAll();
+    if (!records) {
+        return records;
     }
-    return true;
-}
-
-bool KeyHolderFile::write(int n, QString* error) const {
-    return m_file.write(n, m_current.bytes(), error);
-}
-
-bool KeyHolderFile::record_save(int n, const QString& naam, const QString& adres, const QString& woonplaats,
-                                const QString& vrijetekst, QString* error) {
-    if (!record_load(n, error)) {
-        return false;
+    QList<KeyHolder> holders;
+    holders.reserve(records.value.size());
+    for (const QByteArray& bytes : records.value) {
+        holders.append(fromBytes(bytes));
     }
-    m_current.setNaam(naam);
-    m_current.setAdres(adres);
-    m_current.setWoonplaats(woonplaats);
-    m_current.setVrijetekst(vrijetekst);
-    return write(n, error);
-}
-
-bool KeyHolderFile::saveDetails(int n, const KeyHolderDetails& details, QString* error) {
-    if (!record_load(n, error)) {
-        return false;
+    if (!holders.isEmpty()) {
+        m_current = holders.constLast();
     }
-    m_current.setNaam(details.naam);
-    m_current.setAdres(details.adres);
-    m_current.setWoonplaats(details.woonplaats);
-    m_current.setTelefoon(details.telefoon);
-    m_current.setMobiel(details.mobiel);
-    m_current.setSleutelcode(details.sleutelcode);
-    m_current.setGeldig(details.geldig ? QStringLiteral("1") : QStringLiteral("0"));
-    return write(n, error);
+    return holders;
 }
 
-int KeyHolderFile::newRecord(QString* error) {
-    const int records = count(error);
-    if (records < 0) {
-        return -1;
+Status KeyHolderFile::write(int n) const {
+    return m_file.write(n, m_current.bytes());
+}
+
+Result<KeyHolder> KeyHolderFile::update(int n, const std::function<void(KeyHolder&)>& change,
+                                        const LoadedRecord& loaded) {
+    const Result<QByteArray> written = m_file.update(
+        n,
+        [&](QByteArray& bytes) {
+            KeyHolder holder = fromBytes(bytes);
+            change(holder);
+            bytes = holder.bytes();
+            return Status();
+        },
+        loaded);
+    if (!written) {
+        return written;
+    }
+    m_current = fromBytes(written.value);
+    return m_current;
+}
+
+Result<int> KeyHolderFile::newRecord() {
+    const Result<int> records = count();
+    if (!records) {
+        return records;
     }
     m_current.setGeldig(QStringLiteral("1"));
     m_current.setNaam(QString());
     m_current.setSleutelcode(QString());
-    return write(records + 1, error) ? records + 1 : -1;
+    // Another program may have added a record since the count: then this one is not written over it.
+    const Result<QByteArray> written = m_file.update(
+        records.value + 1,
+        [this](QByteArray& record) {
+            record = m_current.bytes();
+            return Status();
+        },
+        LoadedRecord::none());
+    if (!written) {
+        return written;
+    }
+    return records.value + 1;
 }
 
-int KeyHolderFile::findByKeyCode(const QString& code, QString* error) {
-    QByteArrayList records;
-    if (!m_file.readAll(&records, error)) {
-        return -1;
+Result<int> KeyHolderFile::findByKeyCode(const QString& code) {
+    const Result<QByteArrayList> records = m_file.readAll();
+    if (!records) {
+        return records;
     }
-    const QString wanted = code.trimmed();
-    for (int i = 0; i < records.size(); ++i) {
-        m_current.setBytes(records[i]);
-        if (m_current.sleutelcode().trimmed() == wanted) {
+    const QString wanted = trimmedKeyCode(code);
+    for (int i = 0; i < records.value.size(); ++i) {
+        m_current.setBytes(records.value.at(i));
+        if (!wanted.isEmpty() && trimmedKeyCode(m_current.sleutelcode()) == wanted) {
             return i + 1;
         }
     }
     return 0;
 }
 
-bool KeyHolderFile::record_update(int reader, int record, int mode, int selector, const QDate& today, QString* error) {
+Result<KeyHolder> KeyHolderFile::record_update(int reader, int record, int mode, int selector, const QDate& today,
+                                               const LoadedRecord& loaded) {
     QByteArray probe(KeyHolder::kMapBytes, '\0');
     int probeMode = 0;
-    if (!BitFind(probe, reader, probeMode, error)) {
-        return false;
+    if (const Status fits = BitFind(probe, reader, probeMode); !fits) {
+        return fits;
     }
     const ReaderFile readers(m_folder, m_ops);
-    const int readerCount = readers.count(error);
-    if (readerCount < 0) {
-        return false;
+    const Result<int> readerCount = readers.count();
+    if (!readerCount) {
+        return readerCount;
     }
-    if (reader + 1 > readerCount) {
-        if (error) {
-            *error = QStringLiteral("Lezer %1 bestaat niet.").arg(reader + 1);
-        }
-        return false;
+    if (reader + 1 > readerCount.value) {
+        return Status::failure(QStringLiteral("Lezer %1 bestaat niet.").arg(reader + 1));
     }
-    const int holders = count(error);
-    if (holders < 0) {
-        return false;
+    const Status noHolder = Status::failure(QStringLiteral("Sleutelhouder %1 bestaat niet.").arg(record));
+    if (record < 1) {
+        return noHolder;
     }
-    if (record < 1 || record > holders) {
-        if (error) {
-            *error = QStringLiteral("Sleutelhouder %1 bestaat niet.").arg(record);
-        }
-        return false;
+    const Result<QByteArray> holder = m_file.read(record);
+    if (!holder) {
+        return holder;
     }
-    if (!record_load(record, error)) {
-        return false;
+    // Looked at before the reader is marked, so that a change refused for a changed holder, or for a file
+    // that cannot be written, marks none; the update looks again, under the lock.
+    if (const Status writable = PlainFile::checkWritable(m_file.path()); !writable) {
+        return writable;
     }
-    QByteArray map = selector == 1 ? m_current.wijziging() : m_current.toegang();
-    BitFind(map, reader, mode);
-    if (selector == 0) {
-        m_current.setToegang(map);
-    } else {
-        m_current.setWijziging(map);
+    if (!loaded.matches(holder.value)) {
+        return m_file.conflict(false);
     }
-    // The reader is marked first: should the second write fail, a reader marked without a change costs one
-    // needless programming run, while a change without the mark would never reach the reader.
-    if (!readers.markChanged(reader + 1, today, error)) {
-        return false;
+    if (holder.value.isEmpty()) {
+        return noHolder;
     }
-    return write(record, error);
+    // The reader is marked first: should the holder's write fail, a reader marked without a change costs
+    // one needless programming run, while a change without the mark would never reach the reader.
+    if (const Status marked = readers.markChanged(reader + 1, today); !marked) {
+        return marked;
+    }
+    return update(
+        record,
+        [&](KeyHolder& k) {
+            QByteArray map = selector == 1 ? k.wijziging() : k.toegang();
+            // The number passed the check above; BitFind cannot refuse it here.
+            (void)BitFind(map, reader, mode);
+            if (selector == 0) {
+                k.setToegang(map);
+            } else {
+                k.setWijziging(map);
+            }
+        },
+        loaded);
 }
 
-bool KeyHolderFile::remove(int n, QString* error) const {
-    return m_file.remove(n, error);
+Status KeyHolderFile::remove(int n, const LoadedRecord& loaded) const {
+    return m_file.remove(n, loaded);
 }
 
-bool KeyHolderFile::create(QString* error) const {
-    return m_file.replaceWith(KeyHolder().bytes(), error);
+Status KeyHolderFile::create() const {
+    return m_file.create(KeyHolder().bytes());
 }

@@ -1,11 +1,10 @@
 #pragma once
 
-#include <QStringList>
+#include <array>
 
 #include "records/FixedRecord.h"
 
-// One 986-byte record of locatie.bst. The nine texts lie in the file in another order than the
-// location grid shows them; both orders are kept here.
+// One 986-byte record of locatie.bst: nine texts and three reserved fields that no operation sets.
 class Location : public FixedRecord {
 public:
     static constexpr int kSize = 986;
@@ -13,6 +12,8 @@ public:
     // The nine texts in file order.
     enum Field { Naam, Contactpersoon, Adres, Plaats, Telefoon, Fax, Mobiel, Internet, Map };
     static constexpr int kFieldCount = 9;
+    // The nine texts indexed by Field.
+    using Texts = std::array<QString, kFieldCount>;
 
     // All zero bytes: the record buffer before any read, and the record a new file starts with.
     Location();
@@ -23,12 +24,5 @@ public:
     QString text(Field f) const;
     // Cut to the field's width, padded with blanks.
     void setText(Field f, const QString& value);
-
-    // The grid column (1..9) that shows a field, and the field a grid column shows (-1 for none).
-    static int gridColumn(Field f);
-    static int fieldForGridColumn(int column);
-
-    // The texts of grid columns 1..9, and setting them from such a list (missing entries empty).
-    QStringList gridTexts() const;
-    void setGridTexts(const QStringList& columns1to9);
+    void setTexts(const Texts& texts);
 };

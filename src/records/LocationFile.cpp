@@ -9,39 +9,51 @@ LocationFile::LocationFile(const QString& bestandenFolder, FileOps* ops)
       m_ops(ops),
       m_file(QDir(bestandenFolder).filePath(QLatin1String(kFileName)), Location::kSize, ops) {}
 
-bool LocationFile::ensureFile(QString* error) {
-    bool exists = false;
-    if (!fixFileNameCase(m_folder, QLatin1String(kFileName), &exists, error, m_ops)) {
-        return false;
+Status LocationFile::ensureFile() {
+    const Result<bool> exists = fixFileNameCase(m_folder, QLatin1String(kFileName), m_ops);
+    if (!exists || exists.value) {
+        return exists;
     }
-    return exists || m_file.replaceWith(Location().bytes(), error);
+    return m_file.create(Location().bytes());
 }
 
-bool LocationFile::readAll(QList<Location>* records, QString* error) {
-    records->clear();
-    QByteArrayList raw;
-    if (!m_file.readAll(&raw, error)) {
-        return false;
+Result<QList<Location>> LocationFile::readAll() {
+    const Result<QByteArrayList> raw = m_file.readAll();
+    if (!raw) {
+        return raw;
     }
-    for (const QByteArray& bytes : raw) {
+    QList<Location> records;
+    records.reserve(raw.value.size());
+    for (const QByteArray& bytes : raw.value) {
         m_buffer.setBytes(bytes);
-        records->append(m_buffer);
+        records.append(m_buffer);
     }
-    return true;
+    return records;
 }
 
-bool LocationFile::saveRow(int n, const QStringList& columns1to9, QString* error) {
+Result<Location> LocationFile::saveRecord(int n, const Location::Texts& texts, const LoadedRecord& loaded) {
     Location updated = m_buffer;
-    updated.setGridTexts(columns1to9);
+    updated.setTexts(texts);
     // Checked as it will be stored, cut to its field in the file's code page: "Zuidkantoor.x" becomes
     // "Zuidkantoor.", a name no folder can have.
-    if (!checkFolderName(updated.text(Location::Map).trimmed(), error)) {
-        return false;
+    if (const Status allowed = checkFolderName(updated.text(Location::Map).trimmed()); !allowed) {
+        return allowed;
+    }
+    // The record on disk gives way whole: the buffer, not the disk, carries the reserved bytes.
+    const Result<QByteArray> written = m_file.update(
+        n,
+        [&updated](QByteArray& record) {
+            record = updated.bytes();
+            return Status();
+        },
+        loaded);
+    if (!written) {
+        return written;
     }
     m_buffer = updated;
-    return m_file.write(n, m_buffer.bytes(), error);
+    return m_buffer;
 }
 
-bool LocationFile::remove(int n, QString* error) const {
-    return m_file.remove(n, error);
+Status LocationFile::remove(int n, const LoadedRecord& loaded) const {
+    return m_file.remove(n, loaded);
 }

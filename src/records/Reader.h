@@ -10,7 +10,8 @@ class Reader : public FixedRecord {
 public:
     static constexpr int kSize = 128;
 
-    // Mode byte bits as the reader list writes them.
+    // Mode byte bits as the reader list writes them; 2 is always set and 16 has the inverted sense, on
+    // purpose: files written so far carry these values.
     static constexpr quint8 kModeAlways = 2;
     static constexpr quint8 kModeHold = 4;
     static constexpr quint8 kModeExternal = 8;
@@ -45,11 +46,3 @@ public:
 
 // "dd-mm-yy", the date format of every date field.
 QString datumText(const QDate& date);
-
-// "Intern", "Extern" or "Extern Invers" for a mode byte.
-QString ledText(quint8 mode);
-// "Houd" or "Tijd" for a mode byte.
-QString relayText(quint8 mode);
-// The mode byte the reader list stores for an LED text and a relay text: 2, plus 4 for "Houd", plus 8
-// when the LED text starts with "Extern", plus 16 when it does not end with "Invers".
-quint8 modeByte(const QString& led, const QString& relay);

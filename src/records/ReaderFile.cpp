@@ -1,41 +1,22 @@
 #include "records/ReaderFile.h"
 
 #include <QDir>
-#include <cmath>
-#include <limits>
 
 namespace {
 
-// The number a text starts with, as the grid's numeric columns are read: leading blanks skipped,
-// an optional sign, digits and a fraction; whatever follows is ignored and no number at all is 0.
-double leadingNumber(const QString& text) {
-    const QString t = text.trimmed();
-    int end = 0;
-    if (end < t.size() && (t[end] == u'-' || t[end] == u'+')) {
-        ++end;
+Reader fromBytes(const QByteArray& bytes) {
+    Reader reader;
+    if (!bytes.isEmpty()) {
+        reader.setBytes(bytes);
     }
-    while (end < t.size() && t[end].isDigit()) {
-        ++end;
-    }
-    if (end < t.size() && t[end] == u'.') {
-        ++end;
-        while (end < t.size() && t[end].isDigit()) {
-            ++end;
-        }
-    }
-    bool ok = false;
-    const double value = t.left(end).toDouble(&ok);
-    return ok ? value : 0.0;
+    return reader;
 }
 
-bool toInt16(double value, qint16* out) {
-    const double rounded = std::round(value);
-    if (!std::isfinite(rounded) || rounded < std::numeric_limits<qint16>::min() ||
-        rounded > std::numeric_limits<qint16>::max()) {
-        return false;
+Result<Reader> asReader(const Result<QByteArray>& bytes) {
+    if (!bytes) {
+        return Status(bytes);
     }
-    *out = static_cast<qint16>(rounded);
-    return true;
+    return fromBytes(bytes.value);
 }
 
 }  // namespace
@@ -43,94 +24,75 @@ bool toInt16(double value, qint16* out) {
 ReaderFile::ReaderFile(const QString& folder, FileOps* ops)
     : m_file(QDir(folder).filePath(QLatin1String(kFileName)), Reader::kSize, ops) {}
 
-int ReaderFile::count(QString* error) const {
-    return m_file.count(error);
+Result<int> ReaderFile::count() const {
+    return m_file.count();
 }
 
-bool ReaderFile::read(int n, Reader* reader, QString* error) const {
-    QByteArray bytes;
-    if (!m_file.read(n, &bytes, error)) {
-        return false;
-    }
-    *reader = Reader();
-    if (!bytes.isEmpty()) {
-        reader->setBytes(bytes);
-    }
-    return true;
+Result<Reader> ReaderFile::read(int n) const {
+    return asReader(m_file.read(n));
 }
 
-bool ReaderFile::write(int n, const Reader& reader, QString* error) const {
-    return m_file.write(n, reader.bytes(), error);
+Result<QList<Reader>> ReaderFile::readAll() const {
+    const Result<QByteArrayList> records = m_file.readAll();
+    if (!records) {
+        return records;
+    }
+    QList<Reader> readers;
+    readers.reserve(records.value.size());
+    for (const QByteArray& bytes : records.value) {
+        readers.append(fromBytes(bytes));
+    }
+    return readers;
 }
 
-bool ReaderFile::record_save(const ReaderRow& row, const QDate& today, QString* error) const {
-    const double number = leadingNumber(row.number);
-    if (!(number >= 0.5)) {
-        return true;
-    }
-    // A number beyond any file is left to the write, which refuses it with a message.
-    const int n =
-        number >= double(std::numeric_limits<int>::max()) ? std::numeric_limits<int>::max() : int(std::lround(number));
-    const QString keyCountText = row.keyCount.trimmed().isEmpty() ? QStringLiteral("0") : row.keyCount.trimmed();
-    bool numeric = false;
-    qint16 keyCount = 0;
-    const double keyCountValue = keyCountText.toDouble(&numeric);
-    if (!numeric || !toInt16(keyCountValue, &keyCount)) {
-        if (error) {
-            *error = QStringLiteral(
-                         "Het aantal sleutels \"%1\" is geen getal van -32768 tot en met 32767; "
-                         "de lezer is niet opgeslagen.")
-                         .arg(row.keyCount);
-        }
-        return false;
-    }
-    qint16 relayTime = 0;
-    if (!toInt16(leadingNumber(row.relayTime), &relayTime)) {
-        if (error) {
-            *error = QStringLiteral("De relaistijd %1 is te groot (hoogstens 32767); de lezer is niet opgeslagen.")
-                         .arg(row.relayTime.trimmed());
-        }
-        return false;
-    }
-    Reader reader;
-    if (!read(n, &reader, error)) {
-        return false;
-    }
-    reader.setLezerNaam(row.name);
-    reader.setAantalsleutels(keyCount);
-    reader.setLezerkode(row.code);
-    reader.setRelayTime(relayTime);
-    reader.setDatum(today);
-    // Anything but "X" goes back blank.
-    reader.setChangedFlag(row.flag == QLatin1String("X") ? row.flag : QString());
-    reader.setMode(modeByte(row.led, row.relay));
-    return write(n, reader, error);
+Status ReaderFile::write(int n, const Reader& reader) const {
+    return m_file.write(n, reader.bytes());
 }
 
-bool ReaderFile::markChanged(int n, const QDate& today, QString* error) const {
-    const int readers = count(error);
-    if (readers < 0) {
-        return false;
-    }
-    if (n < 1 || n > readers) {
-        if (error) {
-            *error = QStringLiteral("Lezer %1 bestaat niet in %2.").arg(n).arg(QLatin1String(kFileName));
-        }
-        return false;
-    }
-    Reader reader;
-    if (!read(n, &reader, error)) {
-        return false;
-    }
-    reader.setChangedFlag(QStringLiteral("X"));
-    reader.setDatum(today);
-    return write(n, reader, error);
+Result<Reader> ReaderFile::update(int n, const std::function<void(Reader&)>& change, const LoadedRecord& loaded) const {
+    return changeReader(n, change, loaded, false);
 }
 
-bool ReaderFile::remove(int n, QString* error) const {
-    return m_file.remove(n, error);
+Result<Reader> ReaderFile::changeReader(int n, const std::function<void(Reader&)>& change, const LoadedRecord& loaded,
+                                        bool mustExist) const {
+    const Status missing =
+        Status::failure(QStringLiteral("Lezer %1 bestaat niet in %2.").arg(n).arg(QLatin1String(kFileName)));
+    if (mustExist && n < 1) {
+        return missing;
+    }
+    return asReader(m_file.update(
+        n,
+        [&](QByteArray& bytes) {
+            if (mustExist && bytes.isEmpty()) {
+                return missing;
+            }
+            Reader reader = fromBytes(bytes);
+            change(reader);
+            bytes = reader.bytes();
+            return Status();
+        },
+        loaded));
 }
 
-bool ReaderFile::createDefault(const QDate& today, QString* error) const {
-    return m_file.replaceWith(Reader::defaultRecord(today).bytes(), error);
+Result<Reader> ReaderFile::markChanged(int n, const QDate& today, const LoadedRecord& loaded) const {
+    return changeReader(
+        n,
+        [&today](Reader& reader) {
+            reader.setChangedFlag(QStringLiteral("X"));
+            reader.setDatum(today);
+        },
+        loaded, true);
+}
+
+Result<Reader> ReaderFile::clearChanged(int n, const LoadedRecord& loaded) const {
+    return changeReader(
+        n, [](Reader& reader) { reader.setChangedFlag(QString()); }, loaded, true);
+}
+
+Status ReaderFile::remove(int n, const LoadedRecord& loaded) const {
+    return m_file.remove(n, loaded);
+}
+
+Status ReaderFile::createDefault(const QDate& today) const {
+    return m_file.create(Reader::defaultRecord(today).bytes());
 }

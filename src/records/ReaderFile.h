@@ -1,21 +1,11 @@
 #pragma once
 
 #include <QDate>
+#include <QList>
+#include <functional>
 
 #include "records/Reader.h"
 #include "records/RecordFile.h"
-
-// The texts of one reader-grid row, columns 0..7, as the grid holds them.
-struct ReaderRow {
-    QString flag;       // 0: "X" or blank
-    QString number;     // 1: record number
-    QString name;       // 2
-    QString keyCount;   // 3: empty counts as "0"
-    QString code;       // 4
-    QString led;        // 5: "Intern", "Extern", "Extern Invers"
-    QString relay;      // 6: "Tijd" or "Houd"
-    QString relayTime;  // 7
-};
 
 // autonoom.bst in one data folder.
 class ReaderFile {
@@ -25,29 +15,38 @@ public:
     explicit ReaderFile(const QString& folder, FileOps* ops = nullptr);
 
     QString path() const { return m_file.path(); }
-    // -1 on error.
-    int count(QString* error) const;
+    Result<int> count() const;
     // Past the end gives the blank Reader.
-    bool read(int n, Reader* reader, QString* error) const;
+    Result<Reader> read(int n) const;
+    // Every reader in file order, in one read of the file.
+    Result<QList<Reader>> readAll() const;
     // n = count + 1 appends.
-    bool write(int n, const Reader& reader, QString* error) const;
+    Status write(int n, const Reader& reader) const;
 
-    // Saves one grid row into its record: reads the record, replaces name, key count, code, relay
-    // time, date (today), changed flag and mode byte, and writes it back; every other byte stays.
-    // A record number of 0 or one that is not a number writes nothing and is no error. A key count
-    // or relay time that does not fit 16 bits (or a key count that is not a number) is refused with
-    // a message and nothing is written. Numbers are rounded half away from zero.
-    bool record_save(const ReaderRow& row, const QDate& today, QString* error) const;
+    // Reads reader n, lets change alter it and writes it back, in one open; every byte change leaves
+    // alone stays. n = count + 1 appends a record made from the blank Reader. Given the reader a window
+    // loaded, a reader on disk that is no longer the same is a conflict and nothing is written. The
+    // value is the reader as it now is on disk.
+    Result<Reader> update(int n, const std::function<void(Reader&)>& change, const LoadedRecord& loaded = {}) const;
 
     // Sets the changed flag of reader n to "X" and its date to today. Reader n must exist.
-    bool markChanged(int n, const QDate& today, QString* error) const;
+    Result<Reader> markChanged(int n, const QDate& today, const LoadedRecord& loaded = {}) const;
+    // Blanks the changed flag of reader n, once its programming key is written; the date stays.
+    // Reader n must exist.
+    Result<Reader> clearChanged(int n, const LoadedRecord& loaded = {}) const;
 
     // Deletes reader n (1..count); later readers move down one number. tmp.bst keeps the old file.
-    bool remove(int n, QString* error) const;
+    // Given the reader a window loaded, a reader on disk that is no longer the same is a conflict.
+    Status remove(int n, const LoadedRecord& loaded = {}) const;
 
-    // Makes the file hold exactly one record, Reader::defaultRecord(today): 128 bytes.
-    bool createDefault(const QDate& today, QString* error) const;
+    // Makes a missing file hold exactly one record, Reader::defaultRecord(today): 128 bytes. One that
+    // another program made meanwhile stays as it is.
+    Status createDefault(const QDate& today) const;
 
 private:
+    // mustExist: reader n must be there already, else the change is refused.
+    Result<Reader> changeReader(int n, const std::function<void(Reader&)>& change, const LoadedRecord& loaded,
+                                bool mustExist) const;
+
     RecordFile m_file;
 };

@@ -1,4 +1,4 @@
-// Byte layout of the three record types, the Windows-1252 text, the mode byte and the reader maps.
+// Byte layout of the three record types, the Windows-1252 text and the reader maps.
 #include <QTest>
 
 #include "records/Cp1252.h"
@@ -6,6 +6,7 @@
 #include "records/Location.h"
 #include "records/Reader.h"
 #include "support/RecordFixtures.h"
+#include "support/VerifyStatus.h"
 
 using namespace fixtures;
 
@@ -101,31 +102,6 @@ private Q_SLOTS:
         QCOMPARE(KeyHolder().naam(), QString(30, ' '));
     }
 
-    void modeByte_data() {
-        QTest::addColumn<int>("mode");
-        QTest::addColumn<QStringList>("texts");  // LED, relay
-        QTest::addColumn<bool>("written");       // whether the reader list stores this byte for these texts
-        QTest::newRow("0 new file") << 0 << QStringList{"Intern", "Tijd"} << false;
-        QTest::newRow("10") << 10 << QStringList{"Extern Invers", "Tijd"} << true;
-        QTest::newRow("18") << 18 << QStringList{"Intern", "Tijd"} << true;
-        QTest::newRow("26") << 26 << QStringList{"Extern", "Tijd"} << true;
-        QTest::newRow("14 Houd") << 14 << QStringList{"Extern Invers", "Houd"} << true;
-        QTest::newRow("22 Houd") << 22 << QStringList{"Intern", "Houd"} << true;
-        QTest::newRow("30 Houd") << 30 << QStringList{"Extern", "Houd"} << true;
-        QTest::newRow("4 Houd") << 4 << QStringList{"Intern", "Houd"} << false;
-    }
-
-    void modeByte() {
-        QFETCH(int, mode);
-        QFETCH(QStringList, texts);
-        QFETCH(bool, written);
-        QCOMPARE(ledText(quint8(mode)), texts[0]);
-        QCOMPARE(relayText(quint8(mode)), texts[1]);
-        if (written) {
-            QCOMPARE(int(::modeByte(texts[0], texts[1])), mode);
-        }
-    }
-
     void bitFind_data() {
         QTest::addColumn<int>("reader");
         QTest::addColumn<int>("mapSize");
@@ -148,10 +124,8 @@ private Q_SLOTS:
         QFETCH(int, mask);
         QByteArray map(mapSize, '\0');
         int mode = 1;
-        QString error;
-        const bool ok = BitFind(map, reader, mode, &error);
+        const bool ok = BitFind(map, reader, mode).ok();
         QCOMPARE(ok, byteIndex >= 0);
-        QCOMPARE(error.isEmpty(), ok);
         QCOMPARE(mode, 1);
         QByteArray expected(mapSize, '\0');
         if (ok) {
@@ -160,13 +134,13 @@ private Q_SLOTS:
         QCOMPARE(map, expected);
         if (ok) {
             int probe = 0;
-            BitFind(map, reader, probe);
+            VERIFY_OK(BitFind(map, reader, probe));
             QCOMPARE(probe, 3);
             mode = 2;
-            BitFind(map, reader, mode);
+            VERIFY_OK(BitFind(map, reader, mode));
             QCOMPARE(map, QByteArray(16, '\0'));
             probe = 7;
-            BitFind(map, reader, probe);
+            VERIFY_OK(BitFind(map, reader, probe));
             QCOMPARE(probe, 0);
         }
     }

@@ -16,6 +16,7 @@ struct AppFixture {
     QTemporaryDir dir;
     QString com1 = dir.filePath(QStringLiteral("geen-com1"));
     QString com2 = dir.filePath(QStringLiteral("geen-com2"));
+    bool demo = false;
     std::unique_ptr<Application> app;
 
     QString home() const { return dir.filePath(QStringLiteral("home")); }
@@ -28,6 +29,7 @@ struct AppFixture {
         commandLine.home = home();
         commandLine.com1Path = com1;
         commandLine.com2Path = com2;
+        commandLine.demo = demo;
         app = std::make_unique<Application>(commandLine, ini());
         return app->mainWindow();
     }

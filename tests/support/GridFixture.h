@@ -1,28 +1,28 @@
 #pragma once
 
 #include <QDir>
+#include <QHeaderView>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QTableView>
 #include <QTemporaryDir>
 #include <QtTest>
 
-#include "onewire/DowIo.h"
-#include "onewire/SimulatedProbe.h"
-#include "onewire/UartBridgePortIo.h"
 #include "records/ReaderFile.h"
 #include "screens/ReaderGrid.h"
 #include "screens/Session.h"
 #include "screens/SettingsStore.h"
+#include "support/SimulatedProbeStack.h"
+#include "support/VerifyStatus.h"
 
 // A session over a temporary program folder and the simulated probe: no real port is ever touched.
 struct GridFixture {
     QTemporaryDir dir;
     SettingsStore settings{dir.filePath(QStringLiteral("vondrel.ini"))};
-    SimulatedProbe probe;
-    UartBridgePortIo ports{probe};
-    DowIo dowIo{probe, ports};
-    Session session{settings, probe, ports, dowIo, dir.path()};
+    SimulatedProbeStack probeStack;
+    SimulatedProbe& probe = probeStack.probe;
+    DowIo& dowIo = probeStack.dowIo();
+    Session session{settings, dowIo, dir.path()};
 
     GridFixture() { QDir().mkpath(session.dataFolder()); }
 
@@ -43,21 +43,15 @@ struct GridFixture {
         QFile::remove(readerPath());
         const ReaderFile file(folder());
         for (int i = 0; i < readers.size(); ++i) {
-            QString error;
-            QVERIFY2(file.write(i + 1, readers.at(i), &error), qPrintable(error));
+            VERIFY_OK(file.write(i + 1, readers.at(i)));
         }
     }
 
-    Reader readBack(int n) const {
-        Reader r;
-        QString error;
-        ReaderFile(folder()).read(n, &r, &error);
-        return r;
-    }
+    Reader readBack(int n) const { return ReaderFile(folder()).read(n).value; }
 
     int countOnDisk() const {
-        QString error;
-        return ReaderFile(folder()).count(&error);
+        const Result<int> count = ReaderFile(folder()).count();
+        return count ? count.value : -1;
     }
 };
 
@@ -71,6 +65,12 @@ inline QPoint cellCenter(QTableView* view, int row, int column) {
 
 inline void click(QTableView* view, int row, int column) {
     QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, cellCenter(view, row, column));
+}
+
+inline void clickHeading(QTableView* view, int column) {
+    QHeaderView* header = view->horizontalHeader();
+    const QPoint at(header->sectionViewportPosition(column) + header->sectionSize(column) / 2, header->height() / 2);
+    QTest::mouseClick(header->viewport(), Qt::LeftButton, {}, at);
 }
 
 inline void doubleClick(QTableView* view, int row, int column) {
@@ -88,6 +88,18 @@ inline void type(QWidget* editor, const QString& text) {
             QTest::keyClicks(editor, QString(c));
         }
     }
+}
+
+// Another window takes the focus, then window gets it back.
+inline bool reactivate(QWidget* window) {
+    QWidget other;
+    other.show();
+    other.activateWindow();
+    if (!QTest::qWaitForWindowActive(&other)) {
+        return false;
+    }
+    window->activateWindow();
+    return QTest::qWaitForWindowActive(window);
 }
 
 inline bool pick(QListWidget* list, const QString& choice) {

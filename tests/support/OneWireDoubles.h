@@ -1,5 +1,6 @@
 #pragma once
 
+#include "onewire/Clock.h"
 #include "onewire/PortIo.h"
 #include "onewire/SerialLine.h"
 
@@ -71,7 +72,8 @@ public:
 };
 
 // A serial line that keeps everything written and answers each run through `respond` (by default every
-// character echoes unchanged, at once); with deferEchoes the echoes stay in flight until a wait.
+// character echoes unchanged, at once); with deferEchoes the echoes stay in flight until a wait. With a
+// clock, a wait that is not met moves it on by its whole time-out, as a real one would take.
 class ScriptedSerialLine : public SerialLine {
 public:
     explicit ScriptedSerialLine(EventLog* log = nullptr) : log(log ? *log : own) {}
@@ -108,14 +110,14 @@ public:
         missingEchoes += run.size() - echoes.size();
         return true;
     }
-    bool waitForInput(int count, int) override {
+    bool waitForInput(int count, int timeoutMs) override {
         arrive();
-        return input.size() >= count;
+        return waited(input.size() >= count, timeoutMs);
     }
-    bool waitForEchoes(int) override {
+    bool waitForEchoes(int timeoutMs) override {
         arrive();
         log.add(QStringLiteral("echoes"));
-        return opened && missingEchoes <= 0;
+        return waited(opened && missingEchoes <= 0, timeoutMs);
     }
     bool setBaudRate(int rate) override {
         log.add(QStringLiteral("baud %1 inflight %2").arg(rate).arg(inFlight.size()));
@@ -124,8 +126,15 @@ public:
     }
     int baudRate() const override { return baud; }
     void arrive() { input += std::exchange(inFlight, {}); }
+    bool waited(bool met, int timeoutMs) {
+        if (!met && clock) {
+            clock->sleepUntil(clock->now() + std::chrono::milliseconds(timeoutMs));
+        }
+        return met;
+    }
 
     EventLog own;
+    Clock* clock = nullptr;
     EventLog& log;
     int number = 1;
     bool opened = true;
