@@ -1,11 +1,13 @@
 #include "screens/ProbeWindow.h"
 
 #include "onewire/DowIo.h"
+#include "onewire/MemoryKey.h"
 #include "programming/ImageBuilder.h"
 #include "programming/KeyWriter.h"
 #include "programming/ProgrammingImage.h"
 #include "screens/MessageBox.h"
 #include "screens/Session.h"
+#include "screens/Ticker.h"
 
 #include <QApplication>
 #include <QGridLayout>
@@ -13,15 +15,14 @@
 #include <QPainter>
 #include <QProgressBar>
 #include <QPushButton>
-#include <QTimer>
 
 namespace {
 
 const QColor kGreen(0x00, 0xFF, 0x00);
 const QColor kRed(0xFF, 0x00, 0x00);
 
-// A plug with a red bar through it: no probe, or no key on it.
-QPixmap notConnectedPixmap() {
+// No probe: a plug with a red bar through it.
+QPixmap noProbePixmap() {
     QPixmap pixmap(32, 32);
     pixmap.fill(Qt::transparent);
     QPainter painter(&pixmap);
@@ -36,12 +37,39 @@ QPixmap notConnectedPixmap() {
     return pixmap;
 }
 
+// A probe that answers but holds no key: the probe's round cup, empty, with a dashed key beside it.
+QPixmap noKeyPixmap() {
+    QPixmap pixmap(32, 32);
+    pixmap.fill(Qt::transparent);
+    QPainter painter(&pixmap);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(Qt::darkGray, 3));
+    painter.drawEllipse(QPointF(11, 16), 8, 8);
+    painter.setPen(QPen(QColor(0x1E, 0x6F, 0xC8), 2, Qt::DashLine));
+    painter.drawEllipse(QPointF(25, 9), 4.5, 4.5);
+    painter.drawLine(25, 14, 25, 28);
+    painter.drawLine(25, 24, 29, 24);
+    return pixmap;
+}
+
 }  // namespace
 
-ProbeWindow::ProbeWindow(DowIo& dow, const QString& imagePath, bool check1, bool* keyWrittenFlag, QWidget* parent)
-    : QDialog(parent), m_dow(dow), m_imagePath(imagePath), m_check1(check1), m_keyWrittenFlag(keyWrittenFlag) {
+ProbeWindow::ProbeWindow(DowIo& dow, const QString& imagePath, bool check1, TickSource* ticks, QWidget* parent)
+    : QDialog(parent),
+      m_dow(dow),
+      m_poller(dow, KeyPoller::Purpose::ProgrammingKey),
+      m_imagePath(imagePath),
+      m_check1(check1) {
     setObjectName(QStringLiteral("probfrm"));
     setWindowTitle(QStringLiteral("Probe Tarnwick   1.0"));
+
+    m_lezerlbl = new QLabel(this);
+    m_lezerlbl->setObjectName(QStringLiteral("lezerlbl"));
+    QFont bold = m_lezerlbl->font();
+    bold.setBold(true);
+    m_lezerlbl->setFont(bold);
+    m_lezerlbl->setWordWrap(true);
+    m_lezerlbl->hide();
 
     m_label1 = new QLabel(QStringLiteral("ROM code"), this);
     m_label1->setObjectName(QStringLiteral("label1"));
@@ -59,11 +87,10 @@ ProbeWindow::ProbeWindow(DowIo& dow, const QString& imagePath, bool check1, bool
     m_label4->setMinimumHeight(24);
     m_imgNotConnected = new QLabel(this);
     m_imgNotConnected->setObjectName(QStringLiteral("imgNotConnected"));
-    m_imgNotConnected->setPixmap(notConnectedPixmap());
-    m_imgNotConnected->setToolTip(QStringLiteral("Geen Probe"));
+    showProbeState(false);
     m_progressBar1 = new QProgressBar(this);
     m_progressBar1->setObjectName(QStringLiteral("ProgressBar1"));
-    m_progressBar1->setRange(0, DowIo::kPageCount);
+    m_progressBar1->setRange(0, MemoryKey::kPageCount);
     m_progressBar1->setValue(0);
     m_progressBar1->hide();
     m_ladercmd = new QPushButton(QStringLiteral("Opnieuw"), this);
@@ -75,25 +102,21 @@ ProbeWindow::ProbeWindow(DowIo& dow, const QString& imagePath, bool check1, bool
     m_ladercmd->setAutoDefault(false);
 
     auto* layout = new QGridLayout(this);
-    layout->addWidget(m_label1, 0, 0, 1, 2);
-    layout->addWidget(m_imgNotConnected, 0, 2, 2, 1, Qt::AlignRight | Qt::AlignTop);
-    layout->addWidget(m_label2, 1, 0);
-    layout->addWidget(m_label3, 1, 1);
-    layout->addWidget(m_label4, 2, 0, 1, 3);
-    layout->addWidget(m_progressBar1, 3, 0, 1, 3);
-    layout->addWidget(m_ladercmd, 4, 0);
-    layout->addWidget(m_command1, 4, 1, 1, 2);
+    layout->addWidget(m_lezerlbl, 0, 0, 1, 3);
+    layout->addWidget(m_label1, 1, 0, 1, 2);
+    layout->addWidget(m_imgNotConnected, 1, 2, 2, 1, Qt::AlignRight | Qt::AlignTop);
+    layout->addWidget(m_label2, 2, 0);
+    layout->addWidget(m_label3, 2, 1);
+    layout->addWidget(m_label4, 3, 0, 1, 3);
+    layout->addWidget(m_progressBar1, 4, 0, 1, 3);
+    layout->addWidget(m_ladercmd, 5, 0);
+    layout->addWidget(m_command1, 5, 1, 1, 2);
     setMinimumWidth(360);
 
-    m_timer2 = new QTimer(this);
-    m_timer2->setObjectName(QStringLiteral("Timer2"));
-    m_timer2->setInterval(kPollIntervalMs);
-    m_timer3 = new QTimer(this);
-    m_timer3->setObjectName(QStringLiteral("Timer3"));
-    m_timer3->setInterval(kCloseDelayMs);
-    m_timer3->setSingleShot(true);
-    connect(m_timer2, &QTimer::timeout, this, &ProbeWindow::Timer2_Timer);
-    connect(m_timer3, &QTimer::timeout, this, &ProbeWindow::Timer3_Timer);
+    m_timer2 = new Ticker(QStringLiteral("Timer2"), m_poller.intervalMs(), false, ticks, this);
+    m_timer3 = new Ticker(QStringLiteral("Timer3"), kCloseDelayMs, true, ticks, this);
+    connect(m_timer2, &Ticker::timeout, this, &ProbeWindow::Timer2_Timer);
+    connect(m_timer3, &Ticker::timeout, this, &ProbeWindow::Timer3_Timer);
     connect(m_ladercmd, &QPushButton::clicked, this, &ProbeWindow::ladercmd_Click);
     connect(m_command1, &QPushButton::clicked, this, &ProbeWindow::portSettingsRequested);
 
@@ -104,22 +127,53 @@ ProbeWindow::ProbeWindow(DowIo& dow, const QString& imagePath, bool check1, bool
 
 ProbeWindow::~ProbeWindow() = default;
 
-bool ProbeWindow::programKey(Session& session, int readerNumber, QWidget* parent,
-                             const std::function<void()>& portDialog) {
+ProbeWindow::Outcome ProbeWindow::programKey(Session& session, int readerNumber, QWidget* parent,
+                                             const std::function<void()>& portDialog) {
+    Outcome outcome;
+    outcome.readerNumber = readerNumber;
     const SleutelLadenResult built = Sleutel_Laden(session.dataFolder(), readerNumber, session.fileOps);
     if (!built.ok) {
         MessageBox::show(parent, QMessageBox::Warning, QStringLiteral("Programmeersleutel"), built.error);
-        return false;
+        return outcome;
     }
-    ProbeWindow window(session.dowIo(), built.imagePath, session.check1.trimmed() == QLatin1String("1"),
-                       &session.keyWritten, parent);
+    ProbeWindow window(session.dowIo(), built.imagePath, session.check1, session.ticks, parent);
+    window.setReader(readerNumber, built.readerName);
     if (portDialog) {
         connect(&window, &ProbeWindow::portSettingsRequested, &window, portDialog);
     }
     // Only the main window waits: the simulated probe's window must stay usable to present the key.
     window.setWindowModality(Qt::WindowModal);
     window.exec();
-    return true;
+    outcome.opened = true;
+    outcome.written = window.keyWritten();
+    outcome.built = built.reader;
+    return outcome;
+}
+
+void ProbeWindow::setReader(int number, const QString& name) {
+    m_lezerlbl->setText(name.isEmpty() ? QStringLiteral("Programmeersleutel voor lezer %1").arg(number)
+                                       : QStringLiteral("Programmeersleutel voor lezer %1: %2").arg(number).arg(name));
+    m_lezerlbl->show();
+}
+
+void ProbeWindow::showProbeState(bool connected) {
+    // Drawn once: the state is shown again on every polling tick.
+    static const QPixmap noProbe = noProbePixmap();
+    static const QPixmap noKey = noKeyPixmap();
+    m_imgNotConnected->setPixmap(connected ? noKey : noProbe);
+    m_imgNotConnected->setToolTip(connected ? QStringLiteral("geen sleutel") : QStringLiteral("Geen Probe"));
+    m_imgNotConnected->show();
+}
+
+// A word-wrapped label grows no taller by itself once the window is up: the window grows instead, so a
+// refusal is read whole.
+void ProbeWindow::setStatusText(const QString& text) {
+    m_label4->setText(text);
+    layout()->activate();
+    const int needed = layout()->totalHeightForWidth(width());
+    if (needed > height()) {
+        resize(width(), needed);
+    }
 }
 
 void ProbeWindow::setStatusColor(const QColor& color) {
@@ -131,36 +185,36 @@ void ProbeWindow::setStatusColor(const QColor& color) {
 void ProbeWindow::refuse(const QString& why) {
     m_progressBar1->hide();
     setStatusColor(kRed);
-    m_label4->setText(why);
     m_ladercmd->show();
+    setStatusText(why);
 }
 
 void ProbeWindow::Timer2_Timer() {
     if (m_writing) {
         return;
     }
-    const DowIo::Identification id = m_dow.identifyProbe();
-    switch (id.status) {
-        case DowIo::Identification::NotConnected:
-            m_imgNotConnected->setToolTip(QStringLiteral("Geen Probe"));
-            m_imgNotConnected->show();
+    const KeyPoller::Step step = m_poller.poll();
+    switch (step.outcome) {
+        case KeyPoller::Outcome::NotConnected:
+            showProbeState(false);
             return;
-        case DowIo::Identification::NoKey:
-            m_imgNotConnected->setToolTip(QStringLiteral("geen sleutel"));
+        case KeyPoller::Outcome::NoKey:
+            showProbeState(true);
             return;
-        case DowIo::Identification::Ok:
+        case KeyPoller::Outcome::Waiting:
+            return;
+        case KeyPoller::Outcome::Found:
+        case KeyPoller::Outcome::WrongFamily:
             break;
-        default:
-            return;
     }
-    m_label3->setText(QString::number(id.family, 16).toUpper());
-    m_label2->setText(id.familyName);
-    m_label1->setText(id.keyCode);
+    m_label3->setText(QString::number(step.id.family, 16).toUpper());
+    m_label2->setText(step.id.familyName);
+    m_label1->setText(step.id.keyCode);
     m_imgNotConnected->hide();
 
-    if (!DowIo::isProgrammingKey(id.family)) {
+    if (step.outcome == KeyPoller::Outcome::WrongFamily) {
         // Polling goes on: the right key may be touched next.
-        refuse(DowIo::wrongFamilyMessage(id.family));
+        refuse(DowIo::wrongFamilyMessage(step.id.family));
         return;
     }
     m_progressBar1->show();
@@ -200,7 +254,7 @@ void ProbeWindow::runWrite() {
                 m_progressBar1->hide();
             }
             if (!report.ok || !report.copied) {
-                failures.append(QStringLiteral("Pagina %1: %2").arg(report.page).arg(report.error));
+                failures.append(KeyWriter::pageFailureText(report));
                 m_label4->setToolTip(failures.join(QLatin1Char('\n')));
             }
             m_progressBar1->setValue(report.page);
@@ -211,26 +265,20 @@ void ProbeWindow::runWrite() {
     m_command1->setEnabled(true);
 
     m_progressBar1->hide();
-    m_label4->setText(result.checkText());
-    if (!result.checkOk()) {
+    setStatusText(result.checkText());
+    if (result.checkOk()) {
+        // Checked good: the key is written, whether the window then closes itself or is closed.
+        m_keyWritten = true;
+    } else {
         setStatusColor(kRed);
-        if (!result.readError.isEmpty()) {
-            failures.append(result.readError);
-        } else {
-            QStringList pages;
-            for (int page : result.differingPages) {
-                pages.append(QString::number(page));
-            }
-            failures.append(QStringLiteral("Afwijkende pagina's: %1").arg(pages.join(QStringLiteral(", "))));
-        }
-        m_label4->setToolTip(failures.join(QLatin1Char('\n')));
+        m_label4->setToolTip(result.failureText());
     }
     if (m_closeRequested) {
         m_closeRequested = false;
         reject();
         return;
     }
-    if (m_check1 && !result.checkOk()) {
+    if (!result.closes(m_check1)) {
         m_ladercmd->show();
         return;
     }
@@ -242,11 +290,8 @@ void ProbeWindow::Timer3_Timer() {
         return;
     }
     m_label4->hide();
-    if (m_keyWrittenFlag) {
-        *m_keyWrittenFlag = true;
-    }
+    m_keyWritten = true;
     m_dow.setInitialised(false);
-    Q_EMIT keyWritten();
     accept();
 }
 

@@ -5,12 +5,16 @@
 
 #include <functional>
 
+#include "programming/KeyPoller.h"
+#include "records/RecordFile.h"
+
 class DowIo;
 class QLabel;
 class QProgressBar;
 class QPushButton;
-class QTimer;
 class Session;
+class TickSource;
+class Ticker;
 
 // probfrm: waits for a DS1993 or DS1994 on the probe, writes the reader's programming image into it
 // page by page, reads it back and closes itself two seconds later. Object names are the control names.
@@ -18,30 +22,43 @@ class ProbeWindow : public QDialog {
     Q_OBJECT
 
 public:
-    static constexpr int kPollIntervalMs = 100;
     static constexpr int kCloseDelayMs = 2000;
 
-    // imagePath: the reader's autonoom.hex. check1: a failed check keeps the window open and leaves the
-    // key-written flag alone. keyWrittenFlag, if given, is set when the window closes after a run.
-    ProbeWindow(DowIo& dow, const QString& imagePath, bool check1, bool* keyWrittenFlag = nullptr,
+    // What a column-0 click came to.
+    struct Outcome {
+        bool opened = false;  // the image was built and the window shown
+        // The key's check said "Controle OK", or the window closed itself after a run: the reader counts
+        // as programmed, however the window was closed.
+        bool written = false;
+        int readerNumber = 0;
+        // The reader's record as the image left it: its mark may go only while the disk still holds it.
+        LoadedRecord built;
+    };
+
+    // imagePath: the reader's autonoom.hex. check1: a failed check keeps the window open for "Opnieuw".
+    // ticks: what drives Timer2 and Timer3; real timers when null.
+    ProbeWindow(DowIo& dow, const QString& imagePath, bool check1, TickSource* ticks = nullptr,
                 QWidget* parent = nullptr);
     ~ProbeWindow() override;
 
     // The column-0 click of the reader list: builds reader readerNumber's image in the session's data
     // folder and, when that worked, shows the window modally. A refusal is shown as a message box.
-    // portDialog, if given, runs when Command1 is pressed. False when no window was opened.
-    static bool programKey(Session& session, int readerNumber, QWidget* parent,
-                           const std::function<void()>& portDialog = {});
+    // portDialog, if given, runs when Command1 is pressed.
+    static Outcome programKey(Session& session, int readerNumber, QWidget* parent,
+                              const std::function<void()>& portDialog = {});
+
+    // Which reader the image is for, shown above everything else.
+    void setReader(int number, const QString& name);
 
     bool writing() const { return m_writing; }
+    // A run's check said OK, or the window closed itself after a run.
+    bool keyWritten() const { return m_keyWritten; }
 
     void done(int result) override;
 
 Q_SIGNALS:
     // Command1 "I/O poort instellen".
     void portSettingsRequested();
-    // The window closes after a run; the reader's changed flag may be cleared.
-    void keyWritten();
     // After each page, ok false when its scratchpad could not be written.
     void pageWritten(int page, bool ok);
 
@@ -52,14 +69,18 @@ private:
     void runWrite();
     void setStatusColor(const QColor& color);
     void refuse(const QString& why);
+    void setStatusText(const QString& text);
+    void showProbeState(bool connected);
 
     DowIo& m_dow;
+    KeyPoller m_poller;
     QString m_imagePath;
     bool m_check1;
-    bool* m_keyWrittenFlag;
     bool m_writing = false;
+    bool m_keyWritten = false;
     bool m_closeRequested = false;
 
+    QLabel* m_lezerlbl;
     QLabel* m_label1;
     QLabel* m_label2;
     QLabel* m_label3;
@@ -68,6 +89,6 @@ private:
     QProgressBar* m_progressBar1;
     QPushButton* m_ladercmd;
     QPushButton* m_command1;
-    QTimer* m_timer2;
-    QTimer* m_timer3;
+    Ticker* m_timer2;
+    Ticker* m_timer3;
 };

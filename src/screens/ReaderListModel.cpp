@@ -16,9 +16,9 @@ QString trimRight(const QString& text) {
 
 ReaderListModel::ReaderListModel(QObject* parent) : QAbstractTableModel(parent) {}
 
-QStringList ReaderListModel::rowTexts(int number, const Reader& reader, bool keyWritten) {
+QStringList ReaderListModel::rowTexts(int number, const Reader& reader) {
     return {
-        reader.isChanged() && !keyWritten ? QStringLiteral("X") : QString(),
+        reader.isChanged() ? QStringLiteral("X") : QString(),
         QString::number(number),
         trimRight(reader.lezerNaam()),
         QString::number(reader.aantalsleutels()),
@@ -37,23 +37,18 @@ QStringList ReaderListModel::newReaderRow(int number) {
     return row;
 }
 
-bool ReaderListModel::fg2_laden(const QString& folder, bool keyWritten, QString* error) {
+Status ReaderListModel::fg2_laden(const QString& folder) {
     beginResetModel();
     m_rows.clear();
     m_highlightedRow = -1;
-    const ReaderFile file(folder);
-    const int count = file.count(error);
-    bool ok = count >= 0;
-    for (int n = 1; ok && n <= count; ++n) {
-        Reader reader;
-        ok = file.read(n, &reader, error);
-        if (ok) {
-            m_rows.append(rowTexts(n, reader, keyWritten));
-        }
+    const Result<QList<Reader>> readers = ReaderFile(folder).readAll();
+    m_loaded = readers.value;
+    for (int i = 0; i < m_loaded.size(); ++i) {
+        m_rows.append(rowTexts(i + 1, m_loaded.at(i)));
     }
     m_rows.append(newReaderRow(m_rows.size() + 1));
     endResetModel();
-    return ok;
+    return readers;
 }
 
 QString ReaderListModel::cell(int row, int column) const {
@@ -99,6 +94,18 @@ void ReaderListModel::appendNewReaderRow() {
     beginInsertRows({}, row, row);
     m_rows.append(newReaderRow(row + 1));
     endInsertRows();
+}
+
+LoadedRecord ReaderListModel::loaded(int row) const {
+    return row >= 0 && row < m_loaded.size() ? LoadedRecord(m_loaded.at(row)) : LoadedRecord::none();
+}
+
+void ReaderListModel::setLoaded(int row, const Reader& reader) {
+    if (row >= 0 && row < m_loaded.size()) {
+        m_loaded[row] = reader;
+    } else if (row == m_loaded.size()) {
+        m_loaded.append(reader);
+    }
 }
 
 void ReaderListModel::setHighlightedRow(int row) {

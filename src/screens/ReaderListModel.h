@@ -4,10 +4,12 @@
 #include <QList>
 #include <QStringList>
 
-#include "records/ReaderFile.h"
+#include "records/Result.h"
+#include "screens/ReaderRow.h"
 
 // The reader grid fg2: one row per record of autonoom.bst and one more for a new reader. The cells
-// hold text; a row becomes a record only through ReaderRow.
+// hold text; a row becomes a record only through ReaderRow. Each row keeps the record it was read
+// from, so that a save or delete can tell whether another program changed it meanwhile.
 class ReaderListModel : public QAbstractTableModel {
     Q_OBJECT
 
@@ -18,10 +20,9 @@ public:
 
     explicit ReaderListModel(QObject* parent = nullptr);
 
-    // fg2_laden: fills the rows from the data folder's autonoom.bst, then the new-reader row. With
-    // keyWritten every changed flag shows blank. On a read error the rows read so far stay, the
-    // new-reader row follows them, and false comes back with the message.
-    bool fg2_laden(const QString& folder, bool keyWritten, QString* error);
+    // fg2_laden: fills the rows from the data folder's autonoom.bst, then the new-reader row. On a read
+    // error only the new-reader row stays, and false comes back with the message.
+    Status fg2_laden(const QString& folder);
 
     QString cell(int row, int column) const;
     void setCell(int row, int column, const QString& text);
@@ -32,6 +33,12 @@ public:
     bool isNewReaderRow(int row) const { return row == m_rows.size() - 1; }
     // After the new-reader row became a record: a fresh new-reader row below it.
     void appendNewReaderRow();
+
+    // The record row was read from, as the file must still hold it; for the new-reader row, that there
+    // is no record at its number yet.
+    LoadedRecord loaded(int row) const;
+    // The record as row's save left it on disk; the new-reader row then stands for it.
+    void setLoaded(int row, const Reader& reader);
 
     // Column 1 of one row drawn highlighted while a choice list is open over that row; -1 for none.
     void setHighlightedRow(int row);
@@ -44,11 +51,12 @@ public:
     QVariant headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
     Qt::ItemFlags flags(const QModelIndex& index) const override;
 
-    static QStringList rowTexts(int number, const Reader& reader, bool keyWritten);
+    static QStringList rowTexts(int number, const Reader& reader);
 
 private:
     static QStringList newReaderRow(int number);
 
     QList<QStringList> m_rows;
+    QList<Reader> m_loaded;
     int m_highlightedRow = -1;
 };

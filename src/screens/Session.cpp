@@ -1,9 +1,14 @@
 #include "screens/Session.h"
 
+#include "onewire/DowIo.h"
 #include "records/DataFolder.h"
 
-Session::Session(SettingsStore& settings, SerialLine& line, PortIo& ports, DowIo& dowIo, const QString& programFolder)
-    : m_settings(settings), m_line(line), m_ports(ports), m_dowIo(dowIo), m_programFolder(programFolder) {}
+Session::Session(SettingsStore& settings, DowIo& dowIo, const QString& programFolder)
+    : m_settings(settings), m_dowIo(dowIo), m_programFolder(programFolder) {}
+
+SerialLine& Session::line() {
+    return m_dowIo.line();
+}
 
 QString Session::bestandenFolder() const {
     return DataFolder::bestandenPath(m_programFolder);

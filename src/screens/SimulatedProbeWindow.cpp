@@ -8,7 +8,7 @@
 #include <QRadioButton>
 #include <QSignalBlocker>
 
-#include "onewire/SimulatedProbe.h"
+#include "probesim/SimulatedProbe.h"
 #include "screens/MessageBox.h"
 
 namespace {
@@ -99,13 +99,6 @@ SimulatedProbeWindow::SimulatedProbeWindow(SimulatedProbe& probe, QWidget* paren
 
 SimulatedProbeWindow::~SimulatedProbeWindow() {
     takeAway();
-}
-
-QString SimulatedProbeWindow::keyLabel(int index) const {
-    if (index < 0 || index >= keyCount()) {
-        return {};
-    }
-    return m_keys[index].label;
 }
 
 void SimulatedProbeWindow::takeAway() {

@@ -4,7 +4,7 @@
 #include <memory>
 #include <vector>
 
-#include "onewire/VirtualIButton.h"
+#include "probesim/VirtualIButton.h"
 
 class QButtonGroup;
 class QComboBox;
@@ -30,7 +30,6 @@ public:
     // ROM that cannot be read.
     bool touch(int index, QString* error = nullptr);
     int keyCount() const { return int(m_keys.size()); }
-    QString keyLabel(int index) const;
 
 private:
     struct Entry {

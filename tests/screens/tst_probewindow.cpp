@@ -2,15 +2,13 @@
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTemporaryDir>
-#include <QTimer>
 #include <QtTest>
 
-#include "onewire/DowIo.h"
-#include "onewire/SimulatedProbe.h"
-#include "onewire/UartBridgePortIo.h"
-#include "onewire/VirtualIButton.h"
 #include "screens/MessageBox.h"
 #include "screens/ProbeWindow.h"
+#include "screens/Ticker.h"
+#include "support/ManualTicks.h"
+#include "support/SimulatedProbeStack.h"
 
 namespace {
 
@@ -43,27 +41,27 @@ private Q_SLOTS:
     void writesKey_data();
     void writesKey();
     void waitsForProbeKeyAndImage();
+    void checkedKeyCountsHoweverTheWindowCloses_data();
+    void checkedKeyCountsHoweverTheWindowCloses();
 
 private:
     // One probe, its image file and at most one window, new for every test.
+    // Window timers and the probe's pacing run on one manual clock.
     struct Rig {
         QTemporaryDir dir;
-        SimulatedProbe probe;
-        UartBridgePortIo ports{probe};
-        DowIo dow{probe, ports};
-        bool flag = false;
+        ManualClock clock;
+        ManualTicks ticks{clock};
+        SimulatedProbeStack sim{clock};
+        SimulatedProbe& probe = sim.probe;
+        DowIo& dow = sim.dowIo();
         std::unique_ptr<ProbeWindow> window;
     };
     std::unique_ptr<Rig> m;
 
     QString imagePath() const { return m->dir.filePath(QStringLiteral("autonoom.hex")); }
-    VirtualIButton* insertKey(const QString& text) {
-        auto key = VirtualIButton::fromText(text, nullptr);
-        key->setMemory(kBlankKey);
-        return m->probe.insertKey(std::move(key));
-    }
+    VirtualIButton* insertKey(const QString& text) { return m->sim.insertKey(text, kBlankKey); }
     void open(bool check1 = false) {
-        m->window = std::make_unique<ProbeWindow>(m->dow, imagePath(), check1, &m->flag);
+        m->window = std::make_unique<ProbeWindow>(m->dow, imagePath(), check1, &m->ticks);
         m->window->show();
     }
     template <typename T = QLabel>
@@ -71,6 +69,16 @@ private:
         return m->window->findChild<T*>(QLatin1String(name));
     }
     QColor status() { return child("Label4")->palette().color(QPalette::Window); }
+    QImage picture() { return child("imgNotConnected")->pixmap().toImage(); }
+    // The status text is shown whole: as tall as its wrapped lines need, and inside the window.
+    bool statusReadWhole() {
+        QLabel* label = child("Label4");
+        return label->height() >= label->heightForWidth(label->width()) &&
+               m->window->rect().contains(label->geometry());
+    }
+    bool advanceUntil(const std::function<bool()>& done, int limitMs) {
+        return m->ticks.advanceUntil(done, std::chrono::milliseconds(limitMs));
+    }
 };
 
 void TestProbeWindow::init() {
@@ -100,9 +108,11 @@ void TestProbeWindow::writesKey() {
     QFETCH(bool, retry);
     VirtualIButton* ds1990a = insertKey(QStringLiteral("ds1990a:01A1B2C3D4E5F6"));
     open(check1);
-    QVERIFY(QTest::qWaitFor([&] { return child<QPushButton>("ladercmd")->isVisible(); }, 3000));
+    QVERIFY(advanceUntil([&] { return child<QPushButton>("ladercmd")->isVisible(); }, 3000));
     QCOMPARE(child("Label2")->text(), QStringLiteral("DS1990A"));
     QCOMPARE(status(), QColor(Qt::red));
+    QVERIFY(child("Label4")->text().contains(QStringLiteral("DS1993")));
+    QVERIFY(statusReadWhole());
     m->probe.removeKey(ds1990a);
     VirtualIButton* ds1993 = insertKey(QStringLiteral("ds1993:06A1B2C3D4E5F6"));
     const QString allPages = QStringLiteral("1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 ");
@@ -122,7 +132,7 @@ void TestProbeWindow::writesKey() {
         }
     });
 
-    QVERIFY(QTest::qWaitFor([&] { return child("Label4")->text() == QStringLiteral("Controle mislukt"); }, 10000));
+    QVERIFY(advanceUntil([&] { return child("Label4")->text() == QStringLiteral("Controle mislukt"); }, 10000));
     QCOMPARE(pages, page5Failed);
     QCOMPARE(status(), QColor(Qt::red));
     QVERIFY(child("Label4")->toolTip().contains(QStringLiteral("Pagina 5")));
@@ -130,17 +140,17 @@ void TestProbeWindow::writesKey() {
     const QByteArray memory = m->probe.key(0)->memory();
     QCOMPARE(memory.left(128) + memory.mid(160), expected.left(128) + expected.mid(160));
     QVERIFY(memory.mid(128, 32) != expected.mid(128, 32));
-    QCOMPARE(child<QTimer>("Timer3")->isActive(), !check1);
+    QCOMPARE(child<Ticker>("Timer3")->isActive(), !check1);
 
     if (retry) {
         // The key is presented again only after the closing delay of the failed run has passed.
         std::unique_ptr<VirtualIButton> key = m->probe.removeKey(m->probe.key(0));
         QTest::mouseClick(child<QPushButton>("ladercmd"), Qt::LeftButton);
-        QTest::qWait(ProbeWindow::kCloseDelayMs + 300);
+        m->ticks.advance(std::chrono::milliseconds(ProbeWindow::kCloseDelayMs + 300));
         QVERIFY(m->window->isVisible());
-        QVERIFY(!m->flag);
+        QVERIFY(!m->window->keyWritten());
         m->probe.insertKey(std::move(key));
-        QVERIFY(QTest::qWaitFor([&] { return child<QTimer>("Timer3")->isActive(); }, 5000));
+        QVERIFY(advanceUntil([&] { return child<Ticker>("Timer3")->isActive(); }, 5000));
         QCOMPARE(pages, page5Failed + allPages);
         QCOMPARE(child("Label3")->text(), QStringLiteral("6"));
         QCOMPARE(child("label1")->text(), QStringLiteral("F6E5D4C3B2A1"));
@@ -152,11 +162,10 @@ void TestProbeWindow::writesKey() {
             return;
         }
     }
-    QElapsedTimer clock;
-    clock.start();
-    QVERIFY(QTest::qWaitFor([&] { return !m->window->isVisible(); }, 4000));
-    QVERIFY(clock.elapsed() >= ProbeWindow::kCloseDelayMs - 100);
-    QVERIFY(m->flag);
+    const Clock::Time runEnded = m->clock.now();
+    QVERIFY(advanceUntil([&] { return !m->window->isVisible(); }, 4000));
+    QVERIFY(m->clock.now() - runEnded >= std::chrono::milliseconds(ProbeWindow::kCloseDelayMs));
+    QVERIFY(m->window->keyWritten());
     QCOMPARE(m->window->result(), int(QDialog::Accepted));
     QVERIFY(!m->dow.initialised());
 }
@@ -167,19 +176,28 @@ void TestProbeWindow::waitsForProbeKeyAndImage() {
     open();
     QSignalSpy portRequests(m->window.get(), &ProbeWindow::portSettingsRequested);
     QLabel* plug = child("imgNotConnected");
-    QTest::qWait(250);
+    m->ticks.advance(std::chrono::milliseconds(250));
     QVERIFY(plug->isVisible());
     QCOMPARE(plug->toolTip(), QStringLiteral("Geen Probe"));
+    const QImage noProbe = picture();
     QVERIFY(m->probe.open(nullptr));
-    QVERIFY(QTest::qWaitFor([&] { return plug->toolTip() == QStringLiteral("geen sleutel"); }, 2000));
+    QVERIFY(advanceUntil([&] { return plug->toolTip() == QStringLiteral("geen sleutel"); }, 2000));
     QVERIFY(plug->isVisible());
+    // A probe without a key looks different from no probe at all, and back again when it goes.
+    const QImage noKey = picture();
+    QVERIFY(!noKey.isNull() && noKey != noProbe);
+    m->probe.close();
+    QVERIFY(advanceUntil([&] { return plug->toolTip() == QStringLiteral("Geen Probe"); }, 2000));
+    QCOMPARE(picture(), noProbe);
+    QVERIFY(m->probe.open(nullptr));
+    QVERIFY(advanceUntil([&] { return plug->toolTip() == QStringLiteral("geen sleutel"); }, 2000));
     QTest::mouseClick(child<QPushButton>("Command1"), Qt::LeftButton);
     QCOMPARE(portRequests.count(), 1);
 
     // A programming key but no image file: refused before any page is started.
     const int64_t sentBefore = m->probe.charactersSent();
     VirtualIButton* key = insertKey(QStringLiteral("ds1993:06A1B2C3D4E5F6"));
-    QVERIFY(QTest::qWaitFor([&] { return child<QPushButton>("ladercmd")->isVisible(); }, 3000));
+    QVERIFY(advanceUntil([&] { return child<QPushButton>("ladercmd")->isVisible(); }, 3000));
     const QList<MessageBox::Shown> shown = MessageBox::takeShown();
     QCOMPARE(shown.size(), 1);
     QVERIFY(shown.first().text.contains(QStringLiteral("sleutelbestand")));
@@ -187,12 +205,44 @@ void TestProbeWindow::waitsForProbeKeyAndImage() {
     QCOMPARE(key->memory(), kBlankKey);
     QVERIFY(m->probe.charactersSent() - sentBefore < 200);
 
-    m->dow.initSlowRate();
+    m->dow.link().initSlowRate();
     m->window->close();
     QVERIFY(!m->dow.initialised());
-    QVERIFY(!child<QTimer>("Timer2")->isActive());
-    QVERIFY(!child<QTimer>("Timer3")->isActive());
-    QVERIFY(!m->flag);
+    QVERIFY(!child<Ticker>("Timer2")->isActive());
+    QVERIFY(!child<Ticker>("Timer3")->isActive());
+    QVERIFY(!m->window->keyWritten());
+}
+
+void TestProbeWindow::checkedKeyCountsHoweverTheWindowCloses_data() {
+    QTest::addColumn<int>("takenOffAfterPage");  // 0: left on the probe
+    QTest::addColumn<bool>("written");
+    QTest::newRow("Controle OK, closed before the window closes itself") << 0 << true;
+    QTest::newRow("key taken off, closed") << 8 << false;
+}
+
+void TestProbeWindow::checkedKeyCountsHoweverTheWindowCloses() {
+    QFETCH(int, takenOffAfterPage);
+    QFETCH(bool, written);
+    VirtualIButton* key = insertKey(QStringLiteral("ds1993:06A1B2C3D4E5F6"));
+    open();
+    m->window->setReader(3, QStringLiteral("Hoofdingang"));
+    QLabel* reader = child("lezerlbl");
+    QVERIFY(reader->isVisible());
+    QVERIFY2(
+        reader->text().contains(QStringLiteral("lezer 3")) && reader->text().contains(QStringLiteral("Hoofdingang")),
+        qPrintable(reader->text()));
+    connect(m->window.get(), &ProbeWindow::pageWritten, this, [&](int page, bool) {
+        if (page == takenOffAfterPage) {
+            m->probe.removeKey(key);
+        }
+    });
+    QVERIFY(advanceUntil([&] { return !child("Label4")->text().isEmpty(); }, 60000));
+    QCOMPARE(child("Label4")->text(), written ? QStringLiteral("Controle OK") : QStringLiteral("Controle mislukt"));
+    QVERIFY(statusReadWhole());
+    m->window->close();
+    QVERIFY(!m->window->isVisible());
+    QCOMPARE(m->window->keyWritten(), written);
+    QVERIFY(!child<Ticker>("Timer3")->isActive());
 }
 
 QTEST_MAIN(TestProbeWindow)

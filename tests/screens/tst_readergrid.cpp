@@ -6,6 +6,7 @@
 #include "screens/MessageBox.h"
 #include "screens/ReaderListModel.h"
 #include "support/GridFixture.h"
+#include "support/ManualTicks.h"
 
 using namespace GridDriver;
 using Col = ReaderListModel::Column;
@@ -15,9 +16,8 @@ namespace {
 // What a read-only file does to a writer: every write is refused with the system's text.
 class ReadOnlyOps : public FileOps {
 public:
-    bool write(QFile&, const QByteArray&, QString* error) override {
-        *error = QString::fromLocal8Bit(std::strerror(EACCES));
-        return false;
+    Status write(QFile&, const QByteArray&) override {
+        return Status::failure(QString::fromLocal8Bit(std::strerror(EACCES)));
     }
 };
 
@@ -29,6 +29,7 @@ class TestReaderGrid : public QObject {
 private:
     std::unique_ptr<GridFixture> m_fx;
     std::unique_ptr<ReaderGrid> m_grid;
+    ManualTicks m_ticks;
 
     void open(const QList<Reader>& readers) {
         m_fx->writeReaders(readers);
@@ -50,6 +51,7 @@ private Q_SLOTS:
     void init() {
         MessageBox::setTestMode(true);
         m_fx = std::make_unique<GridFixture>();
+        m_fx->session.ticks = &m_ticks;
     }
     void cleanup() {
         m_grid.reset();
@@ -72,40 +74,39 @@ private Q_SLOTS:
     void fillShowsEachRecord_data() {
         QTest::addColumn<int>("mode");
         QTest::addColumn<QString>("flag");
-        QTest::addColumn<bool>("keyWritten");
         QTest::addColumn<QString>("led");
         QTest::addColumn<QString>("relay");
         QTest::addColumn<QString>("shownFlag");
-        QTest::newRow("new file's mode 0") << 0 << "X" << false << "Intern"
+        QTest::newRow("new file's mode 0") << 0 << "X"
+                                           << "Intern"
                                            << "Tijd"
                                            << "X";
-        QTest::newRow("extern invers") << 10 << " " << false << "Extern Invers"
+        QTest::newRow("extern invers") << 10 << " "
+                                       << "Extern Invers"
                                        << "Tijd"
                                        << "";
-        QTest::newRow("extern, houd") << 30 << " " << false << "Extern"
+        QTest::newRow("extern, houd") << 30 << " "
+                                      << "Extern"
                                       << "Houd"
                                       << "";
-        QTest::newRow("bit 16 clear without bit 8 is intern") << 2 << " " << false << "Intern"
+        QTest::newRow("bit 16 clear without bit 8 is intern") << 2 << " "
+                                                              << "Intern"
                                                               << "Tijd"
                                                               << "";
-        QTest::newRow("a flag other than X shows blank") << 18 << "x" << false << "Intern"
+        QTest::newRow("a flag other than X shows blank") << 18 << "x"
+                                                         << "Intern"
                                                          << "Tijd"
                                                          << "";
-        QTest::newRow("key written hides every X") << 18 << "X" << true << "Intern"
-                                                   << "Tijd"
-                                                   << "";
     }
     void fillShowsEachRecord() {
         QFETCH(int, mode);
         QFETCH(QString, flag);
-        QFETCH(bool, keyWritten);
         QFETCH(QString, led);
         QFETCH(QString, relay);
         QFETCH(QString, shownFlag);
         Reader r = GridFixture::reader("Poort 1", "ABC123", quint8(mode), flag);
         r.setRelayTime(45);
         r.setAantalsleutels(17);
-        m_fx->session.keyWritten = keyWritten;
         open({GridFixture::reader("Eerste", "000001"), r});
         QCOMPARE(model()->rowCount(), 3);
         const QStringList expected = {shownFlag, "2", "Poort 1", "17", "ABC123", led, relay, "45", "01-02-24"};
@@ -178,6 +179,8 @@ private Q_SLOTS:
         QTest::keyClick(txtedit(), Qt::Key_Return);
 
         QVERIFY(!txtedit()->isVisible());
+        // Enter commits where the edit was; the grid's current cell stays on it.
+        QCOMPARE(view()->currentIndex(), model()->index(1, column));
         QCOMPARE(model()->cell(1, column), expected);
         QCOMPARE(model()->cell(1, Col::ColFlag), QString("X"));
         const Reader saved = m_fx->readBack(2);
@@ -368,6 +371,168 @@ private Q_SLOTS:
         }
         QVERIFY(!txtedit()->isVisible());
         m_fx->session.fileOps = nullptr;
+    }
+
+    // Another instance on the same folder changed the file after this grid read it. What this grid
+    // does must land on the reader the user saw, or not at all: then the list is read again.
+    void anotherInstanceChangedTheFile_data() {
+        QTest::addColumn<QString>("other");  // what the other instance did
+        QTest::addColumn<QString>("here");   // what the user does in this grid
+        QTest::addColumn<int>("row");
+        QTest::addColumn<bool>("refused");
+        QTest::addColumn<QStringList>("after");  // names on disk afterwards, and in the grid
+        QTest::newRow("delete after another deleted a reader before it")
+            << "delete 1"
+            << "delete" << 1 << true << QStringList{"Magazijn achter", "Kantoor 1e etage"};
+        QTest::newRow("delete after another deleted that reader")
+            << "delete 2"
+            << "delete" << 1 << true << QStringList{"Hoofdingang", "Kantoor 1e etage"};
+        QTest::newRow("delete after another changed that reader")
+            << "relay 2"
+            << "delete" << 1 << true << QStringList{"Hoofdingang", "Magazijn achter", "Kantoor 1e etage"};
+        QTest::newRow("delete after another changed a later reader")
+            << "relay 3"
+            << "delete" << 1 << false << QStringList{"Hoofdingang", "Kantoor 1e etage"};
+        QTest::newRow("delete after another added a reader")
+            << "append"
+            << "delete" << 0 << false << QStringList{"Magazijn achter", "Kantoor 1e etage", "Nieuw"};
+        QTest::newRow("save after another changed that reader")
+            << "relay 2"
+            << "rename" << 1 << true << QStringList{"Hoofdingang", "Magazijn achter", "Kantoor 1e etage"};
+        QTest::newRow("save after another deleted a reader before it")
+            << "delete 1"
+            << "rename" << 1 << true << QStringList{"Magazijn achter", "Kantoor 1e etage"};
+        QTest::newRow("save after another changed another reader")
+            << "relay 3"
+            << "rename" << 1 << false << QStringList{"Hoofdingang", "Poort", "Kantoor 1e etage"};
+        QTest::newRow("choice after another changed that reader")
+            << "relay 2"
+            << "led" << 1 << true << QStringList{"Hoofdingang", "Magazijn achter", "Kantoor 1e etage"};
+        QTest::newRow("new reader after another added one")
+            << "append"
+            << "rename" << 3 << true << QStringList{"Hoofdingang", "Magazijn achter", "Kantoor 1e etage", "Nieuw"};
+        QTest::newRow("new reader, nobody else")
+            << ""
+            << "rename" << 3 << false << QStringList{"Hoofdingang", "Magazijn achter", "Kantoor 1e etage", "Poort"};
+    }
+    void anotherInstanceChangedTheFile() {
+        QFETCH(QString, other);
+        QFETCH(QString, here);
+        QFETCH(int, row);
+        QFETCH(bool, refused);
+        QFETCH(QStringList, after);
+        open({GridFixture::reader("Hoofdingang", "A1F3C2"), GridFixture::reader("Magazijn achter", "0B7E44"),
+              GridFixture::reader("Kantoor 1e etage", "3C9D01")});
+        const ReaderFile elsewhere(m_fx->folder());
+        const int n = other.section(' ', 1).toInt();
+        if (other.startsWith("delete")) {
+            VERIFY_OK(elsewhere.remove(n));
+        } else if (other.startsWith("relay")) {
+            VERIFY_OK(elsewhere.update(n, [](Reader& r) { r.setMode(quint8(r.mode() | Reader::kModeHold)); }));
+        } else if (other == "append") {
+            VERIFY_OK(elsewhere.write(4, GridFixture::reader("Nieuw", "444444")));
+        }
+
+        if (here == "delete") {
+            click(view(), row, Col::ColName);
+            MessageBox::setNextAnswer(QMessageBox::Yes);
+            m_grid->wiscmd_Click();
+        } else if (here == "rename") {
+            doubleClick(view(), row, Col::ColName);
+            type(txtedit(), "Poort");
+            QTest::keyClick(txtedit(), Qt::Key_Return);
+        } else {
+            click(view(), row, Col::ColLed);
+            QVERIFY(pick(list1(), "Extern"));
+        }
+
+        QList<MessageBox::Shown> shown = MessageBox::takeShown();
+        if (here == "delete") {
+            QCOMPARE(shown.takeFirst().text, QString("Wissen regel %1").arg(row + 1));
+        }
+        QCOMPARE(shown.size(), refused ? 1 : 0);
+        if (refused) {
+            QVERIFY2(shown.at(0).text.contains("is intussen door een ander gewijzigd"), qPrintable(shown.at(0).text));
+            QVERIFY2(shown.at(0).text.contains("autonoom.bst"), qPrintable(shown.at(0).text));
+        }
+        QCOMPARE(m_fx->countOnDisk(), int(after.size()));
+        QCOMPARE(model()->rowCount(), int(after.size()) + 1);
+        for (int i = 0; i < after.size(); ++i) {
+            QCOMPARE(m_fx->readBack(i + 1).lezerNaam().trimmed(), after.at(i));
+            QCOMPARE(model()->cell(i, Col::ColName), after.at(i));
+        }
+        // The other instance's relay change stands; the grid shows it once it has read the file again.
+        if (other.startsWith("relay")) {
+            const int at = int(after.indexOf(n == 2 ? "Magazijn achter" : "Kantoor 1e etage"));
+            QVERIFY(at >= 0);
+            QCOMPARE(relayText(m_fx->readBack(at + 1).mode()), QString("Houd"));
+            if (refused || here == "delete") {
+                QCOMPARE(model()->cell(at, Col::ColRelay), QString("Houd"));
+            }
+        }
+    }
+
+    // Another instance writes the file: the grid reads it again once the changes have settled,
+    // keeping the user's place, and never under an open editor.
+    void followsTheFile_data() {
+        QTest::addColumn<QString>("other");
+        QTest::addColumn<bool>("editing");
+        QTest::newRow("another saves a reader") << "rename" << false;
+        QTest::newRow("another deletes a reader") << "delete" << false;
+        QTest::newRow("another saves while this grid edits") << "rename" << true;
+        QTest::newRow("another deletes while this grid edits") << "delete" << true;
+    }
+    void followsTheFile() {
+        QFETCH(QString, other);
+        QFETCH(bool, editing);
+        QList<Reader> many;
+        for (int i = 1; i <= 60; ++i) {
+            many.append(GridFixture::reader(QString("Lezer %1").arg(i), "000000"));
+        }
+        open(many);
+        QCoreApplication::processEvents();
+        view()->scrollTo(model()->index(20, 0), QAbstractItemView::PositionAtTop);
+        const int top = view()->rowAt(0);
+        QVERIFY(top > 0);
+        view()->setCurrentIndex(model()->index(top + 2, Col::ColName));
+        if (editing) {
+            doubleClick(view(), top + 2, Col::ColName);
+            type(txtedit(), "Half");
+        }
+        // Where the user is, as numbers: a reload makes every index of the model new.
+        QPair<int, int> place{view()->currentIndex().row(), view()->currentIndex().column()};
+        const ReaderFile elsewhere(m_fx->folder());
+        // Twice: a file replaced by a rename must go on being followed.
+        for (int round = 1; round <= 2; ++round) {
+            if (other == "rename") {
+                VERIFY_OK(
+                    elsewhere.update(50, [round](Reader& r) { r.setLezerNaam(QString("Elders %1").arg(round)); }));
+            } else {
+                VERIFY_OK(elsewhere.remove(59));
+            }
+            QTRY_VERIFY_WITH_TIMEOUT(m_ticks.armedCount() > 0, 10000);
+            m_ticks.advance(1000);
+            if (editing && round == 1) {
+                // Not under the editor: what is typed stays, the list waits.
+                QVERIFY(txtedit()->isVisible());
+                QCOMPARE(txtedit()->text(), QString("Half"));
+                QCOMPARE(model()->rowCount(), 61);
+                QCOMPARE(model()->cell(49, Col::ColName), QString("Lezer 50"));
+                QTest::keyClick(txtedit(), Qt::Key_Return);
+                place = {view()->currentIndex().row(), view()->currentIndex().column()};
+                m_ticks.advance(1000);
+            }
+            QCOMPARE(model()->rowCount(), other == "rename" ? 61 : 61 - round);
+            QCOMPARE(model()->cell(49, Col::ColName),
+                     other == "rename" ? QString("Elders %1").arg(round) : QString("Lezer 50"));
+            QCOMPARE(view()->rowAt(0), top);
+            QCOMPARE(view()->currentIndex().row(), place.first);
+            QCOMPARE(view()->currentIndex().column(), place.second);
+        }
+        if (editing) {
+            QCOMPARE(m_fx->readBack(top + 3).lezerNaam().trimmed(), QString("Half"));
+        }
+        QCOMPARE(MessageBox::takeShown().size(), 0);
     }
 };
 

@@ -3,7 +3,7 @@
 #include <QRadioButton>
 #include <QtTest>
 
-#include "onewire/SimulatedProbe.h"
+#include "probesim/SimulatedProbe.h"
 #include "screens/MessageBox.h"
 #include "screens/SimulatedProbeWindow.h"
 
