@@ -5,30 +5,33 @@
 #include <memory>
 
 #include "app/CommandLine.h"
+#include "onewire/Clock.h"
 
 class DowIo;
-class PortIo;
-class QtSerialLine;
+class ProbeStack;
 class SerialLine;
 class Session;
 class SettingsStore;
 class SimulatedProbe;
 class SimulatedProbeWindow;
 class StartWindow;
+class TickSource;
 
 // The program put together from its command line: settings store, the probe's serial line (a port, or
 // the simulated probe with --simulate) and port registers, the 1-Wire layer, the shared session and the
 // main window, which loads at once.
 class Application {
 public:
-    // settingsIni: an INI file instead of the user's own settings (tests).
-    explicit Application(const CommandLine& commandLine, const QString& settingsIni = {});
+    // settingsIni: an INI file instead of the user's own settings. clock and ticks: what the simulated
+    // probe and the windows' timers run on (tests hand in a manual clock).
+    explicit Application(const CommandLine& commandLine, const QString& settingsIni = {},
+                         Clock& clock = Clock::steady(), TickSource* ticks = nullptr);
     ~Application();
 
     StartWindow& mainWindow() { return *m_window; }
     Session& session() { return *m_session; }
-    DowIo& dowIo() { return *m_dowIo; }
-    SerialLine& line() { return *m_line; }
+    DowIo& dowIo();
+    SerialLine& line();
     // Only with --simulate.
     SimulatedProbe* simulatedProbe() { return m_probe; }
     SimulatedProbeWindow* simulatedProbeWindow() { return m_probeWindow.get(); }
@@ -39,10 +42,8 @@ public:
 
 private:
     std::unique_ptr<SettingsStore> m_settings;
-    std::unique_ptr<SerialLine> m_line;
     SimulatedProbe* m_probe = nullptr;
-    std::unique_ptr<PortIo> m_ports;
-    std::unique_ptr<DowIo> m_dowIo;
+    std::unique_ptr<ProbeStack> m_probeStack;
     std::unique_ptr<Session> m_session;
     std::unique_ptr<SimulatedProbeWindow> m_probeWindow;
     std::unique_ptr<StartWindow> m_window;

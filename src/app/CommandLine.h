@@ -7,12 +7,13 @@
 struct CommandLine {
     QString home;           // --home DIR: the program folder that holds "bestanden"
     bool simulate = false;  // --simulate: a simulated probe instead of a serial port
-    QString com1Path;       // --com1 PATH: where Com1 leads (default /dev/ttyS0)
-    QString com2Path;       // --com2 PATH: where Com2 leads (default /dev/ttyS1)
+    QString com1Path;       // --com1 PATH: where Com1 leads, over the device tied to it in the port dialog
+    QString com2Path;       // --com2 PATH: the same for Com2
+    bool demo = false;      // --demo: fill the empty folder given with --home with the demo set
     bool showHelp = false;
     bool showVersion = false;
-    QString helpText;
-    QString error;  // non-empty when the arguments could not be understood
+    QString helpText;  // in Dutch, --help's output
+    QString error;     // non-empty when the arguments could not be understood
 
     static CommandLine parse(const QStringList& arguments);
 };

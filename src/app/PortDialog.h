@@ -1,22 +1,29 @@
 #pragma once
 
 #include <QDialog>
+#include <QHash>
 
-class DowIo;
 class QComboBox;
+class QLabel;
 class QPushButton;
 class QTabWidget;
+class Session;
 
-// properties, "Poort instelling": the serial port of the probe. While it is open the probe is off-line.
+// properties, "Poort instelling": the serial port of the probe, and which device Com1 and Com2 are. While
+// it is open the probe is off-line.
 class PortDialog : public QDialog {
     Q_OBJECT
 
 public:
     // Closes the line and releases both port ranges at once.
-    explicit PortDialog(DowIo& dowIo, QWidget* parent = nullptr);
+    explicit PortDialog(Session& session, QWidget* parent = nullptr);
 
-    // Reopens the line on the chosen port; a port that cannot be opened is reported with the system's
-    // text and the program carries on with the probe off-line.
+    // The setting of section startfrm that keeps the device tied to Com1 or Com2: "com1pad", "com2pad".
+    static QString devicePathKey(int portNumber);
+
+    // Ties the devices chosen here to their ports and keeps them in the settings, then reopens the line on
+    // the chosen port; a port that cannot be opened is reported and the program carries on with the probe
+    // off-line.
     void cmdOK_Click();
 
 Q_SIGNALS:
@@ -29,9 +36,14 @@ protected:
 
 private:
     void LoadPropertySettings();
+    void showDeviceOf(int portNumber);
 
-    DowIo& m_dowIo;
+    Session& m_session;
     QTabWidget* m_tabs;
     QComboBox* m_ports;
+    QComboBox* m_devices;
+    QLabel* m_deviceNote;
     QPushButton* m_ok;
+    // The device chosen for each port number, until OK.
+    QHash<int, QString> m_chosen;
 };

@@ -17,9 +17,12 @@
 #include "app/AboutDialog.h"
 #include "app/PortDialog.h"
 #include "onewire/DowIo.h"
+#include "onewire/QtSerialLine.h"
 #include "onewire/SerialLine.h"
 #include "records/DataFolder.h"
 #include "records/FolderName.h"
+#include "screens/AccessWindow.h"
+#include "screens/LocationWindow.h"
 #include "screens/MessageBox.h"
 #include "screens/PlaceholderWindow.h"
 #include "screens/ReaderGrid.h"
@@ -33,6 +36,18 @@ const QString kGridSection = QStringLiteral("FG2");
 constexpr int kLastStoredColumn = 5;
 const QString kHelpCaption = QStringLiteral("Help");
 const QString kHelpShownCaption = QStringLiteral("X Help");
+
+QString lowLatencyText(SerialLine::LowLatency lowLatency) {
+    switch (lowLatency) {
+        case SerialLine::LowLatency::On:
+            return QStringLiteral("lage latentie aan");
+        case SerialLine::LowLatency::Refused:
+            return QStringLiteral("lage latentie geweigerd door het stuurprogramma");
+        case SerialLine::LowLatency::NotOffered:
+            break;
+    }
+    return QStringLiteral("geen lage-latentiestand");
+}
 }  // namespace
 
 StartWindow::StartWindow(Session& session, QWidget* parent) : QMainWindow(parent), m_session(session) {
@@ -65,7 +80,16 @@ StartWindow::StartWindow(Session& session, QWidget* parent) : QMainWindow(parent
     m_buttonRow->addWidget(einde);
 
     m_grid = new ReaderGrid(m_session, central);
+    // The chosen location's name heads the list; without a location there is no heading.
+    m_lblLocatie = new QLabel(central);
+    m_lblLocatie->setObjectName(QStringLiteral("lblLocatie"));
+    QFont heading = m_lblLocatie->font();
+    heading.setBold(true);
+    heading.setPointSizeF(heading.pointSizeF() * 1.2);
+    m_lblLocatie->setFont(heading);
+    m_lblLocatie->hide();
     auto* layout = new QVBoxLayout(central);
+    layout->addWidget(m_lblLocatie);
     layout->addWidget(m_grid, 1);
 
     m_helplst = new QListWidget(central);
@@ -90,10 +114,8 @@ StartWindow::StartWindow(Session& session, QWidget* parent) : QMainWindow(parent
     }
     m_simProbeButton->hide();
 
-    connect(locaties, &QPushButton::clicked, this,
-            [this] { showPlaceholder(m_locations, QStringLiteral("Locatiefrm"), QStringLiteral("Locaties")); });
-    connect(personen, &QPushButton::clicked, this,
-            [this] { showPlaceholder(m_access, QStringLiteral("sleutelfrm"), QStringLiteral("Sleutelhouders")); });
+    connect(locaties, &QPushButton::clicked, this, &StartWindow::openLocations);
+    connect(personen, &QPushButton::clicked, this, [this] { showAccessWindow(0); });
     connect(wissen, &QPushButton::clicked, m_grid, &ReaderGrid::wiscmd_Click);
     connect(poort, &QPushButton::clicked, this, &StartWindow::openPortDialog);
     connect(versie, &QPushButton::clicked, this, [this] {
@@ -113,21 +135,7 @@ StartWindow::StartWindow(Session& session, QWidget* parent) : QMainWindow(parent
             m_simulatedProbeWindow->activateWindow();
         }
     });
-    connect(m_grid, &ReaderGrid::programKeyRequested, this, [this](int readerNumber) {
-        if (!m_programKeyHook) {
-            return;
-        }
-        m_programKeyHook(readerNumber);
-        // Building the image rewrote the reader's key count, so the list is reloaded here; the written key's
-        // mark is taken first, or the reload would show every reader unmarked.
-        if (m_session.keyWritten) {
-            m_session.keyWritten = false;
-            m_grid->clearCurrentFlag();
-        }
-        if (!m_grid->editorOpen()) {
-            m_grid->fg2_laden();
-        }
-    });
+    connect(m_grid, &ReaderGrid::programKeyRequested, this, &StartWindow::programKey);
     connect(m_grid, &ReaderGrid::accessRequested, this, &StartWindow::showAccessWindow);
 
     Form_Load();
@@ -148,7 +156,8 @@ QPushButton* StartWindow::addButton(const QString& objectName, const QString& ca
 
 void StartWindow::Form_Load() {
     SettingsStore& store = m_session.settings();
-    m_session.check1 = store.get(QStringLiteral("opties"), QStringLiteral("check1"), QStringLiteral("0"));
+    m_session.check1 = store.get(QStringLiteral("opties"), QStringLiteral("check1"), QStringLiteral("0")).trimmed() ==
+                       QLatin1String("1");
     WindowSettings::restoreColumnWidths(m_grid->view()->horizontalHeader(), store, kGridSection,
                                         WindowSettings::MinWidthRule::Columns2To4, 0, kLastStoredColumn,
                                         QStringLiteral("900"));
@@ -159,6 +168,7 @@ void StartWindow::Form_Load() {
     if (!prepareDataFolder(&error)) {
         MessageBox::error(this, error);
     }
+    showLocation(LocationWindow::nameOfCurrentLocation(m_session));
 
     // The port is brought on-line with its errors set aside: a missing probe must not stop the start.
     m_portError.clear();
@@ -170,24 +180,34 @@ void StartWindow::Form_Load() {
 
 bool StartWindow::prepareDataFolder(QString* error) {
     const QDate today = QDate::currentDate();
-    if (DataFolder::prepare(m_session.programFolder(), m_session.subdir, today, error, m_session.fileOps)) {
+    const Status prepared = DataFolder::prepare(m_session.programFolder(), m_session.subdir, today, m_session.fileOps);
+    if (prepared) {
         return true;
     }
-    if (!checkFolderName(m_session.subdir.trimmed(), nullptr)) {
+    *error = prepared.error;
+    if (!DataFolder::checkLocation(m_session.programFolder(), m_session.subdir)) {
         // A stored folder name that leads outside bestanden is not followed: the records in bestanden
         // itself are used, and the refusal is shown.
         m_session.subdir.clear();
-        QString ignored;
-        DataFolder::prepare(m_session.programFolder(), m_session.subdir, today, &ignored, m_session.fileOps);
+        (void)DataFolder::prepare(m_session.programFolder(), m_session.subdir, today, m_session.fileOps);
     }
     return false;
 }
 
-void StartWindow::Form_Activate() {
-    if (m_session.keyWritten) {
-        m_session.keyWritten = false;
-        m_grid->clearCurrentFlag();
+void StartWindow::programKey(int readerNumber) {
+    keyProgrammed(ProbeWindow::programKey(m_session, readerNumber, this, [this] { openPortDialog(); }));
+}
+
+void StartWindow::keyProgrammed(const ProbeWindow::Outcome& outcome) {
+    if (outcome.written) {
+        m_grid->clearFlag(outcome.readerNumber, outcome.built);
     }
+    if (!m_grid->editorOpen()) {
+        m_grid->fg2_laden();
+    }
+}
+
+void StartWindow::Form_Activate() {
     // Not under an open editor: switching to another program and back must not lose what is typed.
     if (!m_session.subdir.trimmed().isEmpty() && !m_grid->editorOpen()) {
         m_grid->fg2_laden();
@@ -279,7 +299,7 @@ void StartWindow::placeHelpList() {
 
 PortDialog* StartWindow::openPortDialog() {
     if (!m_portDialog) {
-        m_portDialog = new PortDialog(m_session.dowIo(), this);
+        m_portDialog = new PortDialog(m_session, this);
         m_portDialog->setAttribute(Qt::WA_DeleteOnClose);
         m_portDialog->setModal(true);
         connect(m_portDialog, &PortDialog::portApplied, this, [this](const QString& error) {
@@ -301,26 +321,72 @@ void StartWindow::setSimulatedProbeWindow(QWidget* window) {
 }
 
 void StartWindow::updateStatusLine() {
-    const QString folder = QDir::toNativeSeparators(m_session.programFolder());
     QString probe;
     if (m_session.simulated) {
         probe = QStringLiteral("Gesimuleerde probe (geen echte poort)");
     } else {
-        const int number = m_session.line().portNumber();
-        const QString path = m_session.devicePaths.value(number);
+        const SerialLine& line = m_session.line();
+        const int number = line.portNumber();
+        const QString path = m_session.serialPort ? m_session.serialPort->devicePath(number) : QString();
         const QString port =
             path.isEmpty() ? QStringLiteral("Com%1").arg(number) : QStringLiteral("Com%1 (%2)").arg(number).arg(path);
-        probe = m_session.line().isOpen() ? QStringLiteral("Probe op %1: poort open").arg(port)
-                                          : QStringLiteral("Probe op %1: niet verbonden").arg(port);
+        probe = line.isOpen()
+                    ? QStringLiteral("Probe op %1: poort open, %2").arg(port, lowLatencyText(line.lowLatency()))
+                    : QStringLiteral("Probe op %1: niet verbonden").arg(port);
     }
-    m_status->setText(probe + QStringLiteral("   |   Programmamap: ") + folder);
+    QString location = QStringLiteral("Geen locatie gekozen");
+    if (!m_session.subdir.trimmed().isEmpty()) {
+        location = QStringLiteral("Locatie: ") +
+                   (m_lblLocatie->text().isEmpty() ? QStringLiteral("(naam onbekend)") : m_lblLocatie->text());
+    }
+    m_status->setText(probe + QStringLiteral("   |   ") + location + QStringLiteral("   |   Gegevensmap: ") +
+                      QDir::toNativeSeparators(QDir::cleanPath(m_session.dataFolder())));
     m_status->setToolTip(m_portError);
 }
 
-void StartWindow::showAccessWindow(int readerNumber, const QString& readerName) {
-    Q_UNUSED(readerNumber);
-    showPlaceholder(m_access, QStringLiteral("sleutelfrm"), QStringLiteral("Sleutelhouders"));
-    m_access->setHeading(readerName);
+LocationWindow* StartWindow::openLocations() {
+    // An edit open in the reader list is saved before the list may be read from another folder.
+    m_grid->Fg2_LeaveCell();
+    // A closed window is on its way out; each opening loads a window of its own.
+    if (!m_locations || !m_locations->isVisible()) {
+        m_locations = new LocationWindow(m_session, this);
+        m_locations->setAttribute(Qt::WA_DeleteOnClose);
+        connect(m_locations, &LocationWindow::locationChosen, this, [this](const QString& name) {
+            showLocation(name);
+            m_grid->fg2_laden();
+            activateWindow();
+        });
+    }
+    m_locations->show();
+    m_locations->raise();
+    m_locations->activateWindow();
+    return m_locations;
+}
+
+void StartWindow::showLocation(const QString& name) {
+    m_lblLocatie->setText(name);
+    m_lblLocatie->setVisible(!name.isEmpty());
+    updateStatusLine();
+}
+
+void StartWindow::showAccessWindow(int readerNumber) {
+    if (!m_access) {
+        // A window of its own, not a child: it stays up while the main window is hidden.
+        m_access = new AccessWindow(m_session);
+        m_access->setAttribute(Qt::WA_DeleteOnClose);
+        connect(m_access, &AccessWindow::closed, this, [this] {
+            if (!m_unloaded) {
+                show();
+                activateWindow();
+                // The red crosses of the readers whose access changed, whatever the folder.
+                m_grid->fg2_laden();
+            }
+        });
+    }
+    m_access->show();
+    m_access->raise();
+    m_access->activateWindow();
+    m_access->showReader(readerNumber);
     hide();
 }
 

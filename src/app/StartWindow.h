@@ -3,9 +3,12 @@
 #include <QMainWindow>
 #include <QPointer>
 #include <QStringList>
-#include <functional>
+
+#include "screens/ProbeWindow.h"
 
 class AboutDialog;
+class LocationWindow;
+class AccessWindow;
 class PlaceholderWindow;
 class PortDialog;
 class QLabel;
@@ -30,16 +33,18 @@ public:
     ReaderGrid* grid() const { return m_grid; }
     Session& session() { return m_session; }
 
-    // Column 0 of a reader's row was clicked: build and write that reader's programming key.
-    void setProgramKeyHook(const std::function<void(int readerNumber)>& hook) { m_programKeyHook = hook; }
     // The "Gesimuleerde probe" window, reachable from here while the probe is simulated.
     void setSimulatedProbeWindow(QWidget* window);
 
-    // Each time the window becomes active: a programming key written meanwhile clears its reader's
-    // red cross; with a location chosen the list is read again.
+    // Each time the window becomes active: with a location chosen the list is read again.
     void Form_Activate();
+    // What the probe window's run means for the list: a written key clears its reader's red cross, and
+    // the list is read again for the key count the image builder wrote.
+    void keyProgrammed(const ProbeWindow::Outcome& outcome);
     void CmdHelp_Click();
     PortDialog* openPortDialog();
+    // Locatiefrm, modal; a location chosen there becomes the one the reader list shows.
+    LocationWindow* openLocations();
     void updateStatusLine();
 
 Q_SIGNALS:
@@ -55,7 +60,10 @@ private:
     void Form_Load();
     void Form_Unload();
     bool prepareDataFolder(QString* error);
-    void showAccessWindow(int readerNumber, const QString& readerName);
+    void programKey(int readerNumber);
+    // The access window; readerNumber 0 opens it without a reader in view.
+    void showAccessWindow(int readerNumber);
+    void showLocation(const QString& name);
     void showPlaceholder(QPointer<PlaceholderWindow>& window, const QString& objectName, const QString& caption);
     void placeHelpList();
     QPushButton* addButton(const QString& objectName, const QString& caption);
@@ -66,14 +74,14 @@ private:
     QPushButton* m_cmdHelp = nullptr;
     QPushButton* m_simProbeButton = nullptr;
     QLabel* m_status = nullptr;
+    QLabel* m_lblLocatie = nullptr;
     QToolBar* m_buttonRow = nullptr;
     QString m_portError;
     bool m_unloaded = false;
-    std::function<void(int)> m_programKeyHook;
 
     QPointer<PortDialog> m_portDialog;
     QPointer<AboutDialog> m_about;
-    QPointer<PlaceholderWindow> m_locations;
-    QPointer<PlaceholderWindow> m_access;
+    QPointer<LocationWindow> m_locations;
+    QPointer<AccessWindow> m_access;
     QPointer<QWidget> m_simulatedProbeWindow;
 };

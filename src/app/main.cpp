@@ -1,9 +1,13 @@
+#include <signal.h>
 #include <QApplication>
+#include <QDate>
 #include <QScreen>
 #include <QTimer>
 #include <cstdio>
 
 #include "app/Application.h"
+#include "app/DemoData.h"
+#include "app/DutchTranslation.h"
 #include "app/StartWindow.h"
 #include "screens/SimulatedProbeWindow.h"
 
@@ -32,8 +36,19 @@ int main(int argc, char* argv[]) {
         return 0;
     }
 
+    // A file that reaches the size limit must fail its write with a message, not end the program.
+    ::signal(SIGXFSZ, SIG_IGN);
+
+    if (commandLine.demo) {
+        if (const Status made = DemoData::create(programFolder(commandLine), QDate::currentDate()); !made) {
+            std::fprintf(stderr, "vondrel: %s\n", qPrintable(made.error));
+            return 2;
+        }
+    }
+
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Vondrel"));
+    installDutchTranslation(app);
     Application vondrel(commandLine);
     StartWindow& window = vondrel.mainWindow();
     QObject::connect(&window, &StartWindow::unloaded, &app, &QCoreApplication::quit, Qt::QueuedConnection);

@@ -4,8 +4,8 @@
 #include <QRadioButton>
 #include <QTableView>
 
-#include "onewire/SimulatedProbe.h"
-#include "onewire/VirtualIButton.h"
+#include "probesim/SimulatedProbe.h"
+#include "probesim/VirtualIButton.h"
 #include "programming/ProgrammingImage.h"
 #include "records/KeyHolderFile.h"
 #include "records/ReaderFile.h"
@@ -14,6 +14,8 @@
 #include "screens/ReaderListModel.h"
 #include "screens/SimulatedProbeWindow.h"
 #include "support/AppFixture.h"
+#include "support/ManualTicks.h"
+#include "support/VerifyStatus.h"
 
 using Col = ReaderListModel::Column;
 
@@ -39,7 +41,7 @@ private Q_SLOTS:
             r.setLezerNaam(QString::fromLatin1(name));
             r.setLezerkode(QStringLiteral("1A2B3C"));
             r.setChangedFlag(QStringLiteral("X"));
-            QVERIFY2(ReaderFile(folder).write(ReaderFile(folder).count(&error) + 1, r, &error), qPrintable(error));
+            VERIFY_OK(ReaderFile(folder).write(ReaderFile(folder).count().value + 1, r));
         }
         // Three key holders may open reader 2 (bit 1 of the first map byte).
         KeyHolderFile holders(folder);
@@ -49,13 +51,15 @@ private Q_SLOTS:
             k.setGeldig(QStringLiteral("1"));
             k.setSleutelcode(QStringLiteral("%1A2B3C4D5").arg(i));
             k.setToegang(QByteArray(1, char(0x02)));
-            QVERIFY2(holders.write(i, &error), qPrintable(error));
+            VERIFY_OK(holders.write(i));
         }
 
         CommandLine commandLine;
         commandLine.home = fx.home();
         commandLine.simulate = true;
-        fx.app = std::make_unique<Application>(commandLine, fx.ini());
+        ManualClock clock;
+        ManualTicks ticks(clock);
+        fx.app = std::make_unique<Application>(commandLine, fx.ini(), clock, &ticks);
         StartWindow& window = fx.app->mainWindow();
         QWidget* simulation = fx.app->simulatedProbeWindow();
         window.show();
@@ -66,16 +70,19 @@ private Q_SLOTS:
 
         // The key is presented the way a user does it: in the simulated probe's window, once the probe
         // window asks for it. The probe window closes itself 2 s after the last page.
-        QTimer::singleShot(400, simulation, [simulation, button] {
+        auto probeWindowOpen = [] {
+            const QWidgetList windows = QApplication::topLevelWidgets();
+            return std::any_of(windows.begin(), windows.end(),
+                               [](QWidget* w) { return w->objectName() == "probfrm" && w->isVisible(); });
+        };
+        QTimer::singleShot(0, simulation, [&, simulation, button] {
             // Through the window system, as a real click: a window blocked by a modal one ignores it.
             QRadioButton* key = simulation->findChild<QRadioButton*>(button);
             QTest::mouseClick(simulation->windowHandle(), Qt::LeftButton, {},
                               key->mapTo(simulation, key->rect().center()));
-        });
-        // Should the key never arrive, the test fails on what it finds instead of waiting for ever.
-        QTimer::singleShot(8000, &window, [] {
-            if (QWidget* stuck = QApplication::activeModalWidget()) {
-                stuck->close();
+            // Should the window not close, the test fails on what it finds instead of waiting for ever.
+            if (!ticks.advanceUntil([&] { return !probeWindowOpen(); }, std::chrono::seconds(10))) {
+                QApplication::activeModalWidget()->close();
             }
         });
         QTableView* view = window.grid()->view();
@@ -86,12 +93,13 @@ private Q_SLOTS:
         QCOMPARE(model->cell(1, Col::ColFlag), QString());
         QCOMPARE(model->cell(0, Col::ColFlag), QString("X"));
         QCOMPARE(model->cell(1, Col::ColKeyCount), QString("3"));
-        Reader onDisk;
-        QVERIFY(ReaderFile(folder).read(2, &onDisk, &error));
-        QVERIFY(!onDisk.isChanged());
-        QCOMPARE(onDisk.aantalsleutels(), 3);
-        QVERIFY(ReaderFile(folder).read(1, &onDisk, &error));
-        QVERIFY(onDisk.isChanged());
+        Result<Reader> onDisk = ReaderFile(folder).read(2);
+        VERIFY_OK(onDisk);
+        QVERIFY(!onDisk.value.isChanged());
+        QCOMPARE(onDisk.value.aantalsleutels(), 3);
+        onDisk = ReaderFile(folder).read(1);
+        VERIFY_OK(onDisk);
+        QVERIFY(onDisk.value.isChanged());
 
         QByteArray image;
         QVERIFY2(ProgrammingImage::readFile(QDir(folder).filePath("autonoom.hex"), &image, &error), qPrintable(error));

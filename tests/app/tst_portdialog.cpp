@@ -1,38 +1,41 @@
-#include <fcntl.h>
-#include <stdlib.h>
-#include <unistd.h>
 #include <QComboBox>
 #include <QLabel>
 #include <QPushButton>
-#include <QSerialPort>
 
 #include "app/PortDialog.h"
+#include "onewire/QtSerialLine.h"
 #include "onewire/SerialLine.h"
+#include "onewire/SerialPorts.h"
 #include "screens/MessageBox.h"
+#include "screens/Session.h"
 #include "screens/SettingsStore.h"
 #include "support/AppFixture.h"
+#include "support/PseudoTerminal.h"
 
 namespace {
 
-// The master side of a pseudo-terminal; its slave stands in for a serial port.
-struct PseudoTerminal {
-    int master = posix_openpt(O_RDWR | O_NOCTTY);
-    QString slave;
-    PseudoTerminal() {
-        if (master >= 0 && grantpt(master) == 0 && unlockpt(master) == 0) {
-            slave = QString::fromLocal8Bit(ptsname(master));
-        }
+QStringList itemTexts(const QComboBox* box) {
+    QStringList texts;
+    for (int i = 0; i < box->count(); ++i) {
+        texts << box->itemText(i);
     }
-    ~PseudoTerminal() {
-        if (master >= 0) {
-            ::close(master);
-        }
-    }
-};
+    return texts;
+}
 
-QString systemOpenError(const QString& path) {
-    QSerialPort port(path);
-    return port.open(QIODevice::ReadWrite) ? QString() : port.errorString();
+// Picks the entry for device as a user does, with the arrow keys of the closed list.
+bool chooseDevice(QComboBox* devices, const QString& device) {
+    const int wanted = devices->findData(device);
+    if (wanted < 0) {
+        return false;
+    }
+    while (devices->currentIndex() != wanted) {
+        const int before = devices->currentIndex();
+        QTest::keyClick(devices, before < wanted ? Qt::Key_Down : Qt::Key_Up);
+        if (devices->currentIndex() == before) {
+            return false;
+        }
+    }
+    return true;
 }
 
 }  // namespace
@@ -52,11 +55,11 @@ private Q_SLOTS:
         QFETCH(bool, com2Exists);
         PseudoTerminal com1Pty;
         PseudoTerminal com2Pty;
-        QVERIFY(!com1Pty.slave.isEmpty() && !com2Pty.slave.isEmpty());
+        QVERIFY(!com1Pty.path.isEmpty() && !com2Pty.path.isEmpty());
         AppFixture fx;
-        fx.com1 = com1Pty.slave;
+        fx.com1 = com1Pty.path;
         if (com2Exists) {
-            fx.com2 = com2Pty.slave;
+            fx.com2 = com2Pty.path;
         }
         StartWindow& window = fx.start();
         window.show();
@@ -92,8 +95,7 @@ private Q_SLOTS:
         } else {
             QCOMPARE(shown.size(), 1);
             QCOMPARE(shown.at(0).icon, QMessageBox::Warning);
-            const QString systemText = systemOpenError(fx.com2);
-            QVERIFY(!systemText.isEmpty());
+            const QString systemText = QStringLiteral("het apparaat %1 bestaat niet").arg(fx.com2);
             QVERIFY2(shown.at(0).text.contains(systemText), qPrintable(shown.at(0).text));
             QVERIFY2(status.contains("niet verbonden"), qPrintable(status));
             // The reason stays with the status line, also after the dialog is closed without OK.
@@ -106,6 +108,59 @@ private Q_SLOTS:
         QVERIFY(window.isVisible());
         window.close();
         QCOMPARE(SettingsStore(fx.ini()).get("startfrm", "poort", "?"), QString("2"));
+    }
+
+    // Com2 is tied to a USB adapter found on the system; it opens at once, and at the next start without
+    // --com2 it is Com2 again, unless --com2 says otherwise. Com1 keeps what it had.
+    void tyingADeviceToAPort_data() {
+        QTest::addColumn<bool>("flagAtRestart");
+        QTest::newRow("kept for the next start") << false;
+        QTest::newRow("--com2 wins over what is kept") << true;
+    }
+    void tyingADeviceToAPort() {
+        QFETCH(bool, flagAtRestart);
+        PseudoTerminal adapter(PseudoTerminal::echo);
+        PseudoTerminal other(PseudoTerminal::echo);
+        AppFixture fx;
+        StartWindow& window = fx.start();
+        fx.app->session().listPorts = [&adapter] {
+            return QList<SerialPortEntry>{{QStringLiteral("/dev/ttyS0"), {}, {}},
+                                          {adapter.path, QStringLiteral("FTDI"), QStringLiteral("FT232R USB UART")}};
+        };
+        PortDialog* dialog = window.openPortDialog();
+        auto* ports = dialog->findChild<QComboBox*>("Cboport");
+        auto* devices = dialog->findChild<QComboBox*>("Cboapparaat");
+        QCOMPARE(ports->currentIndex(), 0);
+        // What Com1 leads to is offered even where the system does not list it.
+        QCOMPARE(itemTexts(devices),
+                 (QStringList{"/dev/ttyS0", adapter.path + "  (FTDI FT232R USB UART)", fx.com1 + "  (niet gevonden)"}));
+        QCOMPARE(devices->currentData().toString(), fx.com1);
+
+        QTest::keyClick(ports, Qt::Key_Down);
+        QCOMPARE(ports->currentIndex(), 1);
+        QCOMPARE(devices->currentData().toString(), fx.com2);
+        QVERIFY(chooseDevice(devices, adapter.path));
+        QTest::mouseClick(dialog->findChild<QPushButton*>("cmdOK"), Qt::LeftButton);
+
+        QCOMPARE(MessageBox::takeShown().size(), 0);
+        SerialLine& line = fx.app->line();
+        QVERIFY(line.isOpen());
+        QCOMPARE(fx.app->session().serialPort->devicePath(2), adapter.path);
+        const QString status = window.findChild<QLabel*>("statuslbl")->text();
+        QVERIFY2(status.contains(QStringLiteral("Com2 (%1): poort open").arg(adapter.path)), qPrintable(status));
+        // The adapter stands in for a real one; a pseudo-terminal has no low-latency mode to give.
+        QVERIFY2(status.contains(QStringLiteral("geen lage-latentiestand")), qPrintable(status));
+        window.close();
+        fx.stop();
+        const SettingsStore kept(fx.ini());
+        QCOMPARE(kept.get("startfrm", "com2pad", "?"), adapter.path);
+        QCOMPARE(kept.get("startfrm", "com1pad", "?"), QString("?"));
+
+        fx.com2 = flagAtRestart ? other.path : QString();
+        fx.start();
+        QCOMPARE(fx.app->session().serialPort->devicePath(2), flagAtRestart ? other.path : adapter.path);
+        QVERIFY(fx.app->line().isOpen());
+        QCOMPARE(fx.app->line().portNumber(), 2);
     }
 
     void aStoredPortAboveTwoSelectsNothing() {

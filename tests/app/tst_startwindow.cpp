@@ -1,5 +1,6 @@
 #include <QHeaderView>
 #include <QLabel>
+#include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
 #include <QSettings>
@@ -7,14 +8,16 @@
 
 #include "app/AboutDialog.h"
 #include "records/ReaderFile.h"
+#include "screens/AccessGrid.h"
+#include "screens/AccessWindow.h"
 #include "screens/MessageBox.h"
-#include "screens/PlaceholderWindow.h"
 #include "screens/ReaderGrid.h"
 #include "screens/ReaderListModel.h"
 #include "screens/Session.h"
 #include "screens/SettingsStore.h"
 #include "screens/WindowSettings.h"
 #include "support/AppFixture.h"
+#include "support/VerifyStatus.h"
 
 using Col = ReaderListModel::Column;
 using WindowSettings::pixelsToTwips;
@@ -33,8 +36,7 @@ void writeReaders(const QString& folder, const QList<Reader>& readers) {
     QDir().mkpath(folder);
     QFile::remove(QDir(folder).filePath("autonoom.bst"));
     for (int i = 0; i < readers.size(); ++i) {
-        QString error;
-        QVERIFY2(ReaderFile(folder).write(i + 1, readers.at(i), &error), qPrintable(error));
+        VERIFY_OK(ReaderFile(folder).write(i + 1, readers.at(i)));
     }
 }
 
@@ -147,13 +149,30 @@ private Q_SLOTS:
         QCOMPARE(MessageBox::takeShown().size(), 0);
     }
 
+    void aFolderNameLeadingOutsideIsRefused_data() {
+        QTest::addColumn<QString>("subdir");
+        QTest::addColumn<bool>("link");  // bestanden/subdir is a link to the program folder's buiten
+        QTest::newRow("name climbs out") << "../buiten" << false;
+        QTest::newRow("folder is a link to outside") << "buiten" << true;
+    }
     void aFolderNameLeadingOutsideIsRefused() {
+        QFETCH(QString, subdir);
+        QFETCH(bool, link);
         AppFixture fx;
-        SettingsStore(fx.ini()).save("startfrm", "subdir", "../buiten");
+        if (link) {
+            QVERIFY(QDir().mkpath(QDir(fx.home()).filePath("buiten")));
+            QVERIFY(QDir().mkpath(fx.bestanden()));
+            QVERIFY(QFile::link("../buiten", QDir(fx.bestanden()).filePath("buiten")));
+        }
+        SettingsStore(fx.ini()).save("startfrm", "subdir", subdir);
         StartWindow& window = fx.start();
         QCOMPARE(MessageBox::takeShown().size(), 1);
         QVERIFY(window.session().subdir.isEmpty());
-        QVERIFY(!QFile::exists(QDir(fx.home()).filePath("buiten")));
+        if (link) {
+            QCOMPARE(QDir(QDir(fx.home()).filePath("buiten")).entryList(QDir::Files), QStringList());
+        } else {
+            QVERIFY(!QFile::exists(QDir(fx.home()).filePath("buiten")));
+        }
         QCOMPARE(window.grid()->model()->cell(0, Col::ColName), QString("nieuwe lezer"));
     }
 
@@ -246,65 +265,118 @@ private Q_SLOTS:
                  AboutDialog::releaseText(VONDREL_VERSION_MAJOR, VONDREL_VERSION_MINOR));
     }
 
-    void activationAfterAKeyWasWritten_data() {
+    void aWrittenKeyClearsItsMark_data() {
         QTest::addColumn<QString>("subdir");
-        QTest::newRow("records in bestanden: no reload") << "";
-        QTest::newRow("a location's folder: reload") << "kantoor";
+        QTest::newRow("records in bestanden: no reload at activation") << "";
+        QTest::newRow("a location's folder: reload at activation") << "kantoor";
     }
-    void activationAfterAKeyWasWritten() {
+    void aWrittenKeyClearsItsMark() {
         QFETCH(QString, subdir);
         AppFixture fx;
         SettingsStore(fx.ini()).save("startfrm", "subdir", subdir);
         const QString folder = subdir.isEmpty() ? fx.bestanden() : QDir(fx.bestanden()).filePath(subdir);
         writeReaders(folder, {reader("Hoofdingang", "X"), reader("Magazijn", "X"), reader("Kantoor", "X")});
         StartWindow& window = fx.start();
-        int programmed = 0;
-        window.setProgramKeyHook([&](int n) { programmed = n; });
         window.show();
         QVERIFY(QTest::qWaitForWindowActive(&window));
-        QTableView* view = window.grid()->view();
-        clickCell(view, 1, Col::ColFlag);
-        QCOMPARE(programmed, 2);
 
-        // The probe window wrote the key; meanwhile another reader came into the file.
-        window.session().keyWritten = true;
-        QString error;
-        QVERIFY(ReaderFile(folder).write(4, reader("Nieuw", "X"), &error));
-        QVERIFY(reactivate(&window));
+        // The probe window wrote reader 2's key; meanwhile another reader came into the file.
+        VERIFY_OK(ReaderFile(folder).write(4, reader("Nieuw", "X")));
+        window.keyProgrammed({true, true, 2, {}});
 
         const ReaderListModel* model = window.grid()->model();
-        QVERIFY(!window.session().keyWritten);
         QCOMPARE(model->cell(1, Col::ColFlag), QString());
         QCOMPARE(model->cell(0, Col::ColFlag), QString("X"));
         QCOMPARE(model->cell(2, Col::ColFlag), QString("X"));
-        Reader onDisk;
-        QVERIFY(ReaderFile(folder).read(2, &onDisk, &error));
-        QVERIFY(!onDisk.isChanged());
-        QCOMPARE(onDisk.lezerNaam().trimmed(), QString("Magazijn"));
-        QVERIFY(ReaderFile(folder).read(1, &onDisk, &error));
-        QVERIFY(onDisk.isChanged());
-        QCOMPARE(model->rowCount(), subdir.isEmpty() ? 4 : 5);
+        Result<Reader> onDisk = ReaderFile(folder).read(2);
+        VERIFY_OK(onDisk);
+        QVERIFY(!onDisk.value.isChanged());
+        QCOMPARE(onDisk.value.lezerNaam().trimmed(), QString("Magazijn"));
+        onDisk = ReaderFile(folder).read(1);
+        VERIFY_OK(onDisk);
+        QVERIFY(onDisk.value.isChanged());
+        QCOMPARE(model->rowCount(), 5);
+
+        // A run that did not end in a written key leaves every mark.
+        window.keyProgrammed({true, false, 1, {}});
+        QCOMPARE(model->cell(0, Col::ColFlag), QString("X"));
+
+        // Activation reads the list again only in a location's folder.
+        VERIFY_OK(ReaderFile(folder).write(5, reader("Later", "X")));
+        QVERIFY(reactivate(&window));
+        QCOMPARE(model->rowCount(), subdir.isEmpty() ? 5 : 6);
         QCOMPARE(MessageBox::takeShown().size(), 0);
     }
 
-    void theReaderNumberOpensTheAccessWindow() {
+    // The mark goes only while the reader on disk is as the key's image left it: changed since by
+    // another program, the key may not hold what the reader should get.
+    void aKeyForAReaderChangedMeanwhileKeepsItsMark() {
+        AppFixture fx;
+        writeReaders(fx.bestanden(), {reader("Hoofdingang", "X"), reader("Magazijn", "X")});
+        StartWindow& window = fx.start();
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        const ReaderFile file(fx.bestanden());
+        const ReaderListModel* model = window.grid()->model();
+
+        Reader built = file.read(2).value;
+        VERIFY_OK(file.update(2, [](Reader& r) { r.setLezerNaam("Elders"); }));
+        window.keyProgrammed({true, true, 2, built});
+        const QList<MessageBox::Shown> shown = MessageBox::takeShown();
+        QCOMPARE(shown.size(), 1);
+        QVERIFY2(shown.at(0).text.contains("is intussen door een ander gewijzigd"), qPrintable(shown.at(0).text));
+        QVERIFY(file.read(2).value.isChanged());
+        QCOMPARE(model->cell(1, Col::ColFlag), QString("X"));
+        QCOMPARE(model->cell(1, Col::ColName), QString("Elders"));
+
+        built = file.read(2).value;
+        window.keyProgrammed({true, true, 2, built});
+        QCOMPARE(MessageBox::takeShown().size(), 0);
+        QVERIFY(!file.read(2).value.isChanged());
+        QCOMPARE(model->cell(1, Col::ColFlag), QString());
+        QVERIFY(file.read(1).value.isChanged());
+    }
+
+    void accessWindowMarksTheReaders_data() {
+        QTest::addColumn<bool>("fromReaderList");  // else the "Sleutelhouders" button
+        QTest::newRow("the reader number in the list") << true;
+        QTest::newRow("Sleutelhouders") << false;
+    }
+    void accessWindowMarksTheReaders() {
+        QFETCH(bool, fromReaderList);
         AppFixture fx;
         writeReaders(fx.bestanden(), {reader("Hoofdingang", " "), reader("Magazijn", " ")});
         StartWindow& window = fx.start();
         window.show();
         QVERIFY(QTest::qWaitForWindowExposed(&window));
-        clickCell(window.grid()->view(), 1, Col::ColNumber);
+        if (fromReaderList) {
+            clickCell(window.grid()->view(), 1, Col::ColNumber);
+        } else {
+            QTest::mouseClick(window.findChild<QPushButton*>("persoonbtn"), Qt::LeftButton);
+        }
         QVERIFY(!window.isVisible());
-        PlaceholderWindow* access = nullptr;
+        AccessWindow* access = nullptr;
         for (QWidget* w : QApplication::topLevelWidgets()) {
             if (w->objectName() == "sleutelfrm" && w->isVisible()) {
-                access = qobject_cast<PlaceholderWindow*>(w);
+                access = qobject_cast<AccessWindow*>(w);
             }
         }
         QVERIFY(access);
-        QCOMPARE(access->heading(), QString("Magazijn"));
+        QCOMPARE(access->windowTitle(), QString("sleutelhouders"));
+        QLineEdit* locatietxt = access->grid()->locatietxt();
+        QCOMPARE(locatietxt->isVisible(), fromReaderList);
+        if (fromReaderList) {
+            QCOMPARE(locatietxt->text(), QString("Magazijn"));
+        }
+
+        // The one key holder of the new file gets the second reader; that reader alone gets its cross.
+        clickCell(access->grid(), 0, AccessGridModel::kFirstReaderColumn + 1);
+        QCOMPARE(access->grid()->model()->colour(0, 1), AccessGridModel::Colour::Green);
         access->close();
         QVERIFY(window.isVisible());
+        QCOMPARE(window.grid()->model()->cell(0, Col::ColFlag), QString());
+        QCOMPARE(window.grid()->model()->cell(1, Col::ColFlag), QString("X"));
+        QCOMPARE(MessageBox::takeShown().size(), 0);
     }
 };
 
