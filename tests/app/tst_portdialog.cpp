@@ -124,7 +124,7 @@ private Q_SLOTS:
         AppFixture fx;
         StartWindow& window = fx.start();
         fx.app->session().listPorts = [&adapter] {
-            return QList<SerialPortEntry>{{QStringLiteral("/dev/ttyS0"), {}, {}},
+            return QList<SerialPortEntry>{{QStringLiteral("/dev/ttyAMA0"), {}, {}},
                                           {adapter.path, QStringLiteral("FTDI"), QStringLiteral("FT232R USB UART")}};
         };
         PortDialog* dialog = window.openPortDialog();
@@ -132,8 +132,8 @@ private Q_SLOTS:
         auto* devices = dialog->findChild<QComboBox*>("Cboapparaat");
         QCOMPARE(ports->currentIndex(), 0);
         // What Com1 leads to is offered even where the system does not list it.
-        QCOMPARE(itemTexts(devices),
-                 (QStringList{"/dev/ttyS0", adapter.path + "  (FTDI FT232R USB UART)", fx.com1 + "  (niet gevonden)"}));
+        QCOMPARE(itemTexts(devices), (QStringList{"/dev/ttyAMA0", adapter.path + "  (FTDI FT232R USB UART)",
+                                                  fx.com1 + "  (niet gevonden)"}));
         QCOMPARE(devices->currentData().toString(), fx.com1);
 
         QTest::keyClick(ports, Qt::Key_Down);

@@ -2,7 +2,6 @@
 #include "support/OneWireDoubles.h"
 #include "support/PseudoTerminal.h"
 
-#include <QElapsedTimer>
 #include <QTest>
 
 #include <grp.h>
@@ -135,25 +134,19 @@ private Q_SLOTS:
         QVERIFY(line.waitForEchoes(0));
 
         QVERIFY(line.write(QByteArray(5, 'b')));
-        QElapsedTimer clock;
-        clock.start();
         QVERIFY(!line.waitForEchoes(60));
-        QVERIFY(clock.elapsed() >= 60);
-        clock.restart();
+        // Had the five lost echoes still been owed, this wait would count eight and fail.
         QVERIFY(line.write(QByteArray(3, 'c')));
         QVERIFY(line.waitForEchoes(1000));
-        QVERIFY(clock.elapsed() < 500);
 
         probe.hangUp();
         QVERIFY(!line.waitForEchoes(200) || !line.write("cd") || !line.waitForEchoes(200));
-        clock.restart();
         for (int i = 0; i < 3 && line.isOpen(); ++i) {
             line.write("e");
         }
         line.inBufferCount();
         QVERIFY(!line.isOpen());
         QVERIFY(!line.write("f"));
-        QVERIFY(clock.elapsed() < 500);
     }
 };
 

@@ -100,23 +100,23 @@ private Q_SLOTS:
         QVERIFY(addTty(sys, "ttyUSB1", "pci0/usb1/1-2/1-2:1.0/ttyUSB1"));
         QVERIFY(addUsbDevice(sys, "pci0/usb1/1-3", "Arduino (www.arduino.cc)", "Uno"));
         QVERIFY(addTty(sys, "ttyACM0", "pci0/usb1/1-3/1-3:1.0"));
-        m_found = SerialPorts::scan(sys.filePath("class/tty"), "/dev");
+        m_found = SerialPorts::scan(sys.filePath("class/tty"), "/sim-dev");
     }
 
     void listsWhatExists_data() {
         QTest::addColumn<QString>("device");
         QTest::addColumn<QString>("label");  // empty: not offered
-        QTest::newRow("UART") << "/dev/ttyS0"
-                              << "/dev/ttyS0";
-        QTest::newRow("empty 8250 slot") << "/dev/ttyS1" << QString();
-        QTest::newRow("virtual terminal") << "/dev/tty0" << QString();
-        QTest::newRow("console") << "/dev/console" << QString();
-        QTest::newRow("USB adapter") << "/dev/ttyUSB0"
-                                     << "/dev/ttyUSB0  (FTDI FT232R USB UART)";
-        QTest::newRow("USB adapter without a maker") << "/dev/ttyUSB1"
-                                                     << "/dev/ttyUSB1  (USB-Serial Controller)";
-        QTest::newRow("USB modem class") << "/dev/ttyACM0"
-                                         << "/dev/ttyACM0  (Arduino (www.arduino.cc) Uno)";
+        QTest::newRow("UART") << "/sim-dev/ttyS0"
+                              << "/sim-dev/ttyS0";
+        QTest::newRow("empty 8250 slot") << "/sim-dev/ttyS1" << QString();
+        QTest::newRow("virtual terminal") << "/sim-dev/tty0" << QString();
+        QTest::newRow("console") << "/sim-dev/console" << QString();
+        QTest::newRow("USB adapter") << "/sim-dev/ttyUSB0"
+                                     << "/sim-dev/ttyUSB0  (FTDI FT232R USB UART)";
+        QTest::newRow("USB adapter without a maker") << "/sim-dev/ttyUSB1"
+                                                     << "/sim-dev/ttyUSB1  (USB-Serial Controller)";
+        QTest::newRow("USB modem class") << "/sim-dev/ttyACM0"
+                                         << "/sim-dev/ttyACM0  (Arduino (www.arduino.cc) Uno)";
     }
     void listsWhatExists() {
         QFETCH(QString, device);
@@ -135,8 +135,8 @@ private Q_SLOTS:
         for (const SerialPortEntry& entry : m_found) {
             devices << entry.device;
         }
-        QCOMPARE(devices, (QStringList{"/dev/ttyACM0", "/dev/ttyS0", "/dev/ttyS2", "/dev/ttyS10", "/dev/ttyUSB0",
-                                       "/dev/ttyUSB1"}));
+        QCOMPARE(devices, (QStringList{"/sim-dev/ttyACM0", "/sim-dev/ttyS0", "/sim-dev/ttyS2", "/sim-dev/ttyS10",
+                                       "/sim-dev/ttyUSB0", "/sim-dev/ttyUSB1"}));
     }
 
     void lowLatency_data() {
