@@ -14,28 +14,23 @@ private Q_SLOTS:
         QTest::addColumn<QString>("com2");
         QTest::addColumn<bool>("demo");
         QTest::addColumn<QString>("failed");  // what the refusal says; empty when understood
-        QTest::newRow("nothing") << QStringList{"vondrel"} << "" << false << "" << false << "";
-        QTest::newRow("home") << QStringList{"vondrel", "--home", "/tmp/x"} << "/tmp/x" << false << "" << false << "";
-        QTest::newRow("home with =") << QStringList{"vondrel", "--home=/tmp/y", "--simulate"} << "/tmp/y" << true << ""
-                                     << false << "";
-        QTest::newRow("com2") << QStringList{"vondrel", "--com2", "/dev/pts/7"} << "" << false << "/dev/pts/7" << false
-                              << "";
-        QTest::newRow("com2 with =") << QStringList{"vondrel", "--com2=/dev/ttyUSB0"} << "" << false << "/dev/ttyUSB0"
-                                     << false << "";
-        QTest::newRow("demo in a folder")
-            << QStringList{"vondrel", "--demo", "--home", "/tmp/p"} << "/tmp/p" << false << "" << true << "";
-        QTest::newRow("demo without a folder: never in the user's own")
-            << QStringList{"vondrel", "--demo"} << "" << false << "" << true << "--demo kan alleen samen met --home";
-        QTest::newRow("demo with an empty folder") << QStringList{"vondrel", "--demo", "--home="} << "" << false << ""
-                                                   << true << "--demo kan alleen samen met --home";
-        QTest::newRow("home without folder")
-            << QStringList{"vondrel", "--home"} << "" << false << "" << false << "Bij --home hoort een waarde.";
-        QTest::newRow("unknown option") << QStringList{"vondrel", "--bogus"} << "" << false << "" << false
-                                        << "Onbekende optie: --bogus";
-        QTest::newRow("value for a flag")
-            << QStringList{"vondrel", "--simulate=1"} << "" << false << "" << false << "Onbekende optie: --simulate=1";
-        QTest::newRow("stray argument") << QStringList{"vondrel", "bestanden"} << "" << false << "" << false
-                                        << "Onbekend argument: bestanden";
+        const auto row = [](const char* name, const QStringList& arguments, const QString& home, bool simulate,
+                            const QString& com2, bool demo, const QString& failed = {}) {
+            QTest::newRow(name) << QStringList{"vondrel"} + arguments << home << simulate << com2 << demo << failed;
+        };
+        row("nothing", {}, "", false, "", false);
+        row("home", {"--home", "/tmp/x"}, "/tmp/x", false, "", false);
+        row("home with =", {"--home=/tmp/y", "--simulate"}, "/tmp/y", true, "", false);
+        row("com2", {"--com2", "/dev/pts/7"}, "", false, "/dev/pts/7", false);
+        row("com2 with =", {"--com2=/dev/ttyUSB0"}, "", false, "/dev/ttyUSB0", false);
+        row("demo in a folder", {"--demo", "--home", "/tmp/p"}, "/tmp/p", false, "", true);
+        const QString demoAlone = "--demo kan alleen samen met --home";
+        row("demo without a folder: never in the user's own", {"--demo"}, "", false, "", true, demoAlone);
+        row("demo with an empty folder", {"--demo", "--home="}, "", false, "", true, demoAlone);
+        row("home without folder", {"--home"}, "", false, "", false, "Bij --home hoort een waarde.");
+        row("unknown option", {"--bogus"}, "", false, "", false, "Onbekende optie: --bogus");
+        row("value for a flag", {"--simulate=1"}, "", false, "", false, "Onbekende optie: --simulate=1");
+        row("stray argument", {"bestanden"}, "", false, "", false, "Onbekend argument: bestanden");
     }
     void parses() {
         QFETCH(QStringList, arguments);

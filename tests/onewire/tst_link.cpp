@@ -1,6 +1,7 @@
 #include "onewire/Link.h"
 #include "support/OneWireDoubles.h"
 #include "support/SimulatedProbeStack.h"
+#include "support/UartPrograms.h"
 
 #include <QTest>
 
@@ -19,23 +20,6 @@ struct Rig {
 
 QByteArray hex(const char* text) {
     return QByteArray::fromHex(text);
-}
-
-QStringList outs(int base, std::initializer_list<std::pair<int, int>> offsetAndValue) {
-    QStringList events;
-    for (auto [offset, value] : offsetAndValue) {
-        events << QStringLiteral("out %1 %2").arg(base + offset).arg(value);
-    }
-    return events;
-}
-
-QStringList slowProgram(int base, int discarded = 0) {
-    return QStringList{QStringLiteral("discard %1").arg(discarded)} +
-           outs(base, {{1, 0}, {3, 131}, {1, 0}, {0, 11}, {3, 3}, {1, 13}});
-}
-
-QStringList fastProgram(int base) {
-    return outs(base, {{1, 0}, {3, 131}, {0, 1}, {3, 3}, {1, 13}});
 }
 
 }  // namespace
@@ -63,13 +47,13 @@ private Q_SLOTS:
         }
         r.line.input = "\x01\x02";
         r.link.initSlowRate();
-        QCOMPARE(r.log.take(), slowProgram(base, 2));
+        QCOMPARE(r.log.take(), slowUartProgram(base, 2));
         r.link.initSlowRate();
         QCOMPARE(r.log.take(), QStringList());
         r.link.switchFastRate();
-        QCOMPARE(r.log.take(), fastProgram(base));
+        QCOMPARE(r.log.take(), fastUartProgram(base));
         r.link.initSlowRate();
-        QCOMPARE(r.log.take(), slowProgram(base));
+        QCOMPARE(r.log.take(), slowUartProgram(base));
     }
 
     void resetStep_data() {
@@ -124,7 +108,7 @@ private Q_SLOTS:
         QCOMPARE(r.link.reset(), presence);
         const auto elapsed = std::chrono::duration_cast<milliseconds>(r.clock.now()).count();
         // The slow rate is programmed again even though the flag said it was.
-        QCOMPARE(r.log.take(), slowProgram(1016, stale.size()) + QStringList({"discard 0", "write f0 @9600"}));
+        QCOMPARE(r.log.take(), slowUartProgram(1016, stale.size()) + QStringList({"discard 0", "write f0 @9600"}));
         QVERIFY2(presence ? elapsed < Link::kResetTimeoutMs : elapsed >= Link::kResetTimeoutMs && elapsed < 1000,
                  qPrintable(QString::number(elapsed)));
     }

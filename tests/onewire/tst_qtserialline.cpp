@@ -64,8 +64,35 @@ class TestQtSerialLine : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void refusedByTheSystem_data();
-    void refusedByTheSystem();
+    // What the kernel refuses, from a process that is not root. A port without permission names the group
+    // dialout and the command that joins it; one held by another program says so.
+    void refusedByTheSystem_data() {
+        QTest::addColumn<bool>("heldByAnother");
+        QTest::addColumn<QStringList>("says");
+        QTest::newRow("no permission") << false
+                                       << QStringList{"geen toegang", "groep dialout", "sudo adduser ", " dialout\""};
+        QTest::newRow("in use by another program") << true << QStringList{"in gebruik door een ander programma"};
+    }
+
+    void refusedByTheSystem() {
+        QFETCH(bool, heldByAnother);
+        QFETCH(QStringList, says);
+        PseudoTerminal probe(PseudoTerminal::echo);
+        QVERIFY(::chmod(QFile::encodeName(probe.path).constData(), heldByAnother ? 0666 : 0) == 0);
+        QtSerialLine other;
+        other.setDevicePath(1, probe.path);
+        QVERIFY(!heldByAnother || other.open(nullptr));
+
+        const ChildOpen child = openAsUnprivilegedUser(probe.path);
+        if (child.exitCode == kCannotDropPrivileges) {
+            QSKIP("this system lets the test not become an unprivileged user");
+        }
+        QCOMPARE(child.exitCode, 0);
+        QVERIFY2(child.error.contains(probe.path), qPrintable(child.error));
+        for (const QString& part : says) {
+            QVERIFY2(child.error.contains(part), qPrintable(child.error));
+        }
+    }
 
     void openFailures_data() {
         QTest::addColumn<int>("number");
@@ -149,36 +176,6 @@ private Q_SLOTS:
         QVERIFY(!line.write("f"));
     }
 };
-
-// What the kernel refuses, from a process that is not root. A port without permission names the group
-// dialout and the command that joins it; one held by another program says so.
-void TestQtSerialLine::refusedByTheSystem_data() {
-    QTest::addColumn<bool>("heldByAnother");
-    QTest::addColumn<QStringList>("says");
-    QTest::newRow("no permission") << false
-                                   << QStringList{"geen toegang", "groep dialout", "sudo adduser ", " dialout\""};
-    QTest::newRow("in use by another program") << true << QStringList{"in gebruik door een ander programma"};
-}
-
-void TestQtSerialLine::refusedByTheSystem() {
-    QFETCH(bool, heldByAnother);
-    QFETCH(QStringList, says);
-    PseudoTerminal probe(PseudoTerminal::echo);
-    QVERIFY(::chmod(QFile::encodeName(probe.path).constData(), heldByAnother ? 0666 : 0) == 0);
-    QtSerialLine other;
-    other.setDevicePath(1, probe.path);
-    QVERIFY(!heldByAnother || other.open(nullptr));
-
-    const ChildOpen child = openAsUnprivilegedUser(probe.path);
-    if (child.exitCode == kCannotDropPrivileges) {
-        QSKIP("this system lets the test not become an unprivileged user");
-    }
-    QCOMPARE(child.exitCode, 0);
-    QVERIFY2(child.error.contains(probe.path), qPrintable(child.error));
-    for (const QString& part : says) {
-        QVERIFY2(child.error.contains(part), qPrintable(child.error));
-    }
-}
 
 QTEST_GUILESS_MAIN(TestQtSerialLine)
 #include "tst_qtserialline.moc"

@@ -79,34 +79,19 @@ private Q_SLOTS:
         QTest::addColumn<QString>("subdir");
         QTest::addColumn<QString>("make");  // "folder NAME", or "link NAME TARGET" with TARGET from bestanden
         QTest::addColumn<QString>("used");  // the folder the records are in, from bestanden; empty: refused
-        QTest::newRow("other letter case") << "kantoor"
-                                           << "folder Kantoor"
-                                           << "Kantoor";
-        QTest::newRow("other letter case, blanks") << " KANTOOR "
-                                                   << "folder Kantoor"
-                                                   << "Kantoor";
-        QTest::newRow("exact name beside one in other case") << "kantoor"
-                                                             << "folder Kantoor,folder kantoor"
-                                                             << "kantoor";
-        QTest::newRow("link to a folder in bestanden") << "noord"
-                                                       << "folder echt,link noord echt"
-                                                       << "echt";
-        QTest::newRow("link in other letter case") << "NOORD"
-                                                   << "folder echt,link noord echt"
-                                                   << "echt";
-        QTest::newRow("link out of bestanden") << "noord"
-                                               << "link noord ../elders"
-                                               << "";
-        QTest::newRow("link to bestanden's parent") << "noord"
-                                                    << "link noord .."
-                                                    << "";
-        QTest::newRow("link through a folder inside to outside")
-            << "noord"
-            << "folder echt,link echt/uit ../../elders,link noord echt/uit"
-            << "";
-        QTest::newRow("link to nowhere") << "noord"
-                                         << "link noord weg"
-                                         << "";
+        const auto row = [](const char* name, const QString& subdir, const QString& make, const QString& used) {
+            QTest::newRow(name) << subdir << make << used;
+        };
+        row("other letter case", "kantoor", "folder Kantoor", "Kantoor");
+        row("other letter case, blanks", " KANTOOR ", "folder Kantoor", "Kantoor");
+        row("exact name beside one in other case", "kantoor", "folder Kantoor,folder kantoor", "kantoor");
+        row("link to a folder in bestanden", "noord", "folder echt,link noord echt", "echt");
+        row("link in other letter case", "NOORD", "folder echt,link noord echt", "echt");
+        row("link out of bestanden", "noord", "link noord ../elders", "");
+        row("link to bestanden's parent", "noord", "link noord ..", "");
+        row("link through a folder inside to outside", "noord",
+            "folder echt,link echt/uit ../../elders,link noord echt/uit", "");
+        row("link to nowhere", "noord", "link noord weg", "");
     }
 
     void locationFolders() {

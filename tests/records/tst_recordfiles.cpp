@@ -103,24 +103,53 @@ private Q_SLOTS:
         QCOMPARE(readFile(path), records(length, whole) + record(length, 99));
     }
 
+    // A number outside the file, or a record of the wrong length, is refused and writes nothing; marking
+    // or clearing a reader that is not there says which.
+    void numbersOutsideFileRefused_data() {
+        QTest::addColumn<Run>("run");
+        QTest::addColumn<bool>("fileThere");  // with two readers
+        QTest::addColumn<QString>("error");   // empty: any message
+        const auto raw = [](const QString& f) { return RecordFile(f + "/autonoom.bst", 128); };
+        QTest::newRow("write 2 to a missing file")
+            << Run([=](const QString& f, FileOps*) { return raw(f).write(2, record(128, 1)); }) << false << "";
+        for (int n : {0, -1, 4}) {
+            QTest::addRow("write %d", n) << Run([=](const QString& f, FileOps*) {
+                return raw(f).write(n, record(128, 7));
+            }) << true << "";
+        }
+        QTest::newRow("write a short record")
+            << Run([=](const QString& f, FileOps*) { return raw(f).write(1, record(127, 7)); }) << true << "";
+        for (int n : {0, 3}) {
+            QTest::addRow("remove %d", n)
+                << Run([=](const QString& f, FileOps*) { return raw(f).remove(n); }) << true << "";
+        }
+        for (bool mark : {true, false}) {
+            const auto change = [mark](int n) {
+                return Run([=](const QString& f, FileOps*) {
+                    return mark ? ReaderFile(f).markChanged(n, kToday) : ReaderFile(f).clearChanged(n);
+                });
+            };
+            const char* op = mark ? "mark" : "clear";
+            const QString missing = QStringLiteral("Lezer %1 bestaat niet in autonoom.bst.");
+            QTest::addRow("%s reader 0", op) << change(0) << true << missing.arg(0);
+            QTest::addRow("%s reader count + 1", op) << change(3) << true << missing.arg(3);
+            QTest::addRow("%s reader count + 2", op) << change(4) << true << missing.arg(4);
+            QTest::addRow("%s in a missing file", op) << change(1) << false << missing.arg(1);
+        }
+    }
+
     void numbersOutsideFileRefused() {
+        QFETCH(Run, run);
+        QFETCH(bool, fileThere);
+        QFETCH(QString, error);
         QTemporaryDir dir;
         const QString path = dir.filePath("autonoom.bst");
-        const RecordFile file(path, 128);
-        const Status refused = file.write(2, record(128, 1));
+        QVERIFY(!fileThere || writeFile(path, records(128, 2)));
+        const Status refused = run(dir.path(), nullptr);
         QVERIFY(!refused);
         QVERIFY(!refused.error.isEmpty());
-        QVERIFY(!QFile::exists(path));
-
-        QVERIFY(writeFile(path, records(128, 2)));
-        for (int n : {0, -1, 4}) {
-            QVERIFY2(!file.write(n, record(128, 7)), qPrintable(QString::number(n)));
-        }
-        QVERIFY(!file.write(1, record(127, 7)));
-        for (int n : {0, 3}) {
-            QVERIFY2(!file.remove(n), qPrintable(QString::number(n)));
-        }
-        QCOMPARE(readFile(path), records(128, 2));
+        QVERIFY2(error.isEmpty() || refused.error == error, qPrintable(refused.error));
+        QCOMPARE(readFile(path), fileThere ? records(128, 2) : QByteArray("<missing>"));
         QVERIFY(!QFile::exists(dir.filePath("tmp.bst")));
     }
 
@@ -416,32 +445,6 @@ private Q_SLOTS:
         }
     }
 
-    void changedFlagOfAMissingReaderRefused_data() {
-        QTest::addColumn<bool>("mark");  // else clear
-        QTest::addColumn<int>("n");
-        QTest::addColumn<bool>("fileThere");
-        for (bool mark : {true, false}) {
-            const char* op = mark ? "mark" : "clear";
-            QTest::addRow("%s reader 0", op) << mark << 0 << true;
-            QTest::addRow("%s reader count + 1", op) << mark << 3 << true;
-            QTest::addRow("%s reader count + 2", op) << mark << 4 << true;
-            QTest::addRow("%s in a missing file", op) << mark << 1 << false;
-        }
-    }
-
-    void changedFlagOfAMissingReaderRefused() {
-        QFETCH(bool, mark);
-        QFETCH(int, n);
-        QFETCH(bool, fileThere);
-        QTemporaryDir dir;
-        const QString path = dir.filePath("autonoom.bst");
-        QVERIFY(!fileThere || writeFile(path, records(128, 2)));
-        const ReaderFile file(dir.path());
-        const Status refused = mark ? file.markChanged(n, kToday) : file.clearChanged(n);
-        QCOMPARE(refused.error, QString("Lezer %1 bestaat niet in autonoom.bst.").arg(n));
-        QCOMPARE(readFile(path), fileThere ? records(128, 2) : QByteArray("<missing>"));
-    }
-
     // Read whole in one open, as many records as there are; the shared buffer ends on the last one.
     void readAllInOneOpen_data() {
         QTest::addColumn<QString>("file");
@@ -465,27 +468,23 @@ private Q_SLOTS:
 
         QByteArrayList read;
         QByteArray buffer;
-        if (file == kReaders) {
-            const Result<QList<Reader>> all = ReaderFile(dir.path()).readAll();
+        const auto readAll = [&read](auto& file) {
+            const auto all = file.readAll();
             VERIFY_OK(all);
-            for (const Reader& r : all.value) {
-                read.append(r.bytes());
+            for (const auto& one : all.value) {
+                read.append(one.bytes());
             }
+        };
+        if (file == kReaders) {
+            ReaderFile readers(dir.path());
+            readAll(readers);
         } else if (file == kHolders) {
             KeyHolderFile holders(dir.path());
-            const Result<QList<KeyHolder>> all = holders.readAll();
-            VERIFY_OK(all);
-            for (const KeyHolder& k : all.value) {
-                read.append(k.bytes());
-            }
+            readAll(holders);
             buffer = holders.current().bytes();
         } else {
             LocationFile locations(dir.path());
-            const Result<QList<Location>> all = locations.readAll();
-            VERIFY_OK(all);
-            for (const Location& l : all.value) {
-                read.append(l.bytes());
-            }
+            readAll(locations);
             buffer = locations.buffer().bytes();
         }
         QCOMPARE(opens.take(), 1);
@@ -512,22 +511,13 @@ private Q_SLOTS:
         QCOMPARE(readFile(path), record(512, 1) + second + record(512, 3));
         QCOMPARE(file.current().bytes(), second);
 
-        const QList<Field> particulars = {{102, 15, "0318-123456"}, {132, 15, "06-12345678"}, {157, 10, "0A1B2C3D4E"}};
-        VERIFY_OK(file.update(1, [](KeyHolder& k) {
-            k.setTelefoon("0318-123456");
-            k.setMobiel("06-12345678");
-            k.setSleutelcode("0A1B2C3D4E");
-        }));
-        const QByteArray first = with(record(512, 1), particulars);
-        QCOMPARE(readFile(path), first + second + record(512, 3));
-
         // Past the end reads as the blank record; a new record starts from the one read last, on purpose.
         VERIFY_OK(file.record_load(4));
         QCOMPARE(file.current().bytes(), KeyHolder::blank().bytes());
         VERIFY_OK(file.record_load(3));
         QCOMPARE(file.newRecord().value, 4);
         const QByteArray fourth = with(record(512, 3), {{0, 1, "1"}, {14, 30, ""}, {157, 10, ""}});
-        QCOMPARE(readFile(path), first + second + record(512, 3) + fourth);
+        QCOMPARE(readFile(path), record(512, 1) + second + record(512, 3) + fourth);
     }
 
     // A holder without a key (blanks, or zero bytes never written) must never be found by a blank code.

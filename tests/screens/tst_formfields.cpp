@@ -1,61 +1,18 @@
-// Where the location grid's columns and the details window's boxes land in their records.
+// Where the details window's boxes land in the key-holder record.
 #include <QTemporaryDir>
 #include <QTest>
 
 #include "records/KeyHolderFile.h"
 #include "screens/KeyHolderDetails.h"
-#include "screens/LocationColumns.h"
 #include "support/RecordFixtures.h"
 #include "support/VerifyStatus.h"
 
 using namespace fixtures;
 
-namespace {
-
-// Offset and width of the field that location grid column 1..9 shows, from the file layout.
-const QPair<int, int> kPlaces[] = {{0, 0},   {12, 30},  {72, 30},  {102, 30}, {132, 15},
-                                   {42, 30}, {162, 15}, {147, 15}, {177, 50}, {227, 12}};
-
-}  // namespace
-
 class TestFormFields : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    // The grid's order differs from the file's: the contact person is the sixth column, the fax comes
-    // after the mobile number.
-    void locationColumns_data() {
-        QTest::addColumn<int>("column");
-        for (int column = 0; column <= Location::kFieldCount + 1; ++column) {
-            QTest::addRow("column %d", column) << column;
-        }
-    }
-
-    void locationColumns() {
-        QFETCH(int, column);
-        const int field = LocationColumns::fieldForGridColumn(column);
-        QCOMPARE(field >= 0, column >= 1 && column <= Location::kFieldCount);
-        if (field < 0) {
-            return;
-        }
-        QCOMPARE(LocationColumns::gridColumn(Location::Field(field)), column);
-
-        // Only the column's own field takes its text, cut to the field's width; the others are blanked.
-        const QByteArray text("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz");
-        QStringList columns(Location::kFieldCount);
-        columns[column - 1] = QString::fromLatin1(text);
-        Location location;
-        location.setTexts(LocationColumns::fieldTexts(columns));
-        QList<Field> expected;
-        for (int c = 1; c <= Location::kFieldCount; ++c) {
-            const auto [offset, width] = kPlaces[c];
-            expected.append({offset, width, c == column ? text : QByteArray()});
-        }
-        QCOMPARE(location.bytes(), with(QByteArray(986, '\0'), expected));
-        QCOMPARE(LocationColumns::gridTexts(location).at(column - 1),
-                 QString::fromLatin1(text.left(kPlaces[column].second)));
-    }
-
     // "O.K." replaces the six texts and geldig; the reader maps and every reserved byte stay.
     void detailsSave_data() {
         QTest::addColumn<bool>("geldig");
