@@ -19,7 +19,6 @@ private Q_SLOTS:
         const QList<Write> slow = {{0x3F9, 0}, {0x3FB, 0x83}, {0x3F9, 0}, {0x3F8, 11}, {0x3FB, 3}, {0x3F9, 13}};
         const QList<Write> fast = {{0x3F9, 0}, {0x3FB, 0x83}, {0x3F8, 1}, {0x3FB, 3}, {0x3F9, 13}};
         QTest::newRow("slow: divisor 11") << slow << QList<int>{10472};
-        QTest::newRow("fast after slow: divisor 1") << slow + fast << QList<int>{10472, 115200};
         QTest::newRow("same rate twice: set once") << slow + fast + fast << QList<int>{10472, 115200};
         QTest::newRow("Com2") << QList<Write>{{0x2FB, 0x83}, {0x2F8, 11}, {0x2F9, 0}, {0x2FB, 3}} << QList<int>{10472};
         QTest::newRow("high divisor byte")

@@ -35,7 +35,6 @@ private Q_SLOTS:
         QTest::addColumn<QStringList>("arguments");
         QTest::addColumn<int>("baud");
         QTest::addColumn<bool>("presence");
-        QTest::newRow("no key") << QStringList() << kResetBaud << false;
         QTest::newRow("ds1990a") << QStringList{"--key", kDs1990a} << kResetBaud << true;
         QTest::newRow("usb latency") << QStringList{"--key", kDs1990a, "--latency-us", "2000"} << kResetBaud << true;
         // The rate the client set is the one the key sees: 0xF0 at 115200 is only a 0 slot.
