@@ -367,47 +367,29 @@ private Q_SLOTS:
         QTest::addColumn<QString>("file");
         QTest::addColumn<Checked>("run");  // on record 2
         QTest::addColumn<QString>("other");
-        const QList<QPair<const char*, QPair<QString, Checked>>> operations{
-            {"reader update",
-             {kReaders,
-              [](const QString& f, const LoadedRecord& l) {
-                  return Status(ReaderFile(f).update(
-                      2, [](Reader& r) { r.setLezerNaam("Poort"); }, l));
-              }}},
-            {"reader marked",
-             {kReaders,
-              [](const QString& f, const LoadedRecord& l) { return Status(ReaderFile(f).markChanged(2, kToday, l)); }}},
-            {"reader mark cleared",
-             {kReaders,
-              [](const QString& f, const LoadedRecord& l) { return Status(ReaderFile(f).clearChanged(2, l)); }}},
-            {"reader deleted",
-             {kReaders, [](const QString& f, const LoadedRecord& l) { return ReaderFile(f).remove(2, l); }}},
-            {"key holder update",
-             {kHolders,
-              [](const QString& f, const LoadedRecord& l) {
-                  return Status(KeyHolderFile(f).update(
-                      2, [](KeyHolder& k) { k.setNaam("Jansen"); }, l));
-              }}},
-            {"access change",
-             {kHolders,
-              [](const QString& f, const LoadedRecord& l) {
-                  return Status(KeyHolderFile(f).record_update(2, 2, 2, 0, kToday, l));
-              }}},
-            {"key holder deleted",
-             {kHolders, [](const QString& f, const LoadedRecord& l) { return KeyHolderFile(f).remove(2, l); }}},
-            {"location save",
-             {kLocations,
-              [](const QString& f, const LoadedRecord& l) {
-                  return Status(LocationFile(f).saveRecord(2, kLocationTexts, l));
-              }}},
-            {"location deleted",
-             {kLocations, [](const QString& f, const LoadedRecord& l) { return LocationFile(f).remove(2, l); }}},
-        };
-        for (const auto& [name, operation] : operations) {
+        const auto rows = [](const char* name, const QString& file, const Checked& run) {
             for (const char* other : {"nothing", "changed it", "deleted the one before"}) {
-                QTest::addRow("%s, another %s", name, other) << operation.first << operation.second << other;
+                QTest::addRow("%s, another %s", name, other) << file << run << other;
             }
-        }
+        };
+        using L = const LoadedRecord&;
+        rows("reader update", kReaders, [](const QString& f, L l) {
+            return Status(ReaderFile(f).update(
+                2, [](Reader& r) { r.setLezerNaam("Poort"); }, l));
+        });
+        rows("reader marked", kReaders, [](const QString& f, L l) { return ReaderFile(f).markChanged(2, kToday, l); });
+        rows("reader mark cleared", kReaders, [](const QString& f, L l) { return ReaderFile(f).clearChanged(2, l); });
+        rows("reader deleted", kReaders, [](const QString& f, L l) { return ReaderFile(f).remove(2, l); });
+        rows("key holder update", kHolders, [](const QString& f, L l) {
+            return Status(KeyHolderFile(f).update(
+                2, [](KeyHolder& k) { k.setNaam("Jansen"); }, l));
+        });
+        rows("access change", kHolders,
+             [](const QString& f, L l) { return KeyHolderFile(f).record_update(2, 2, 2, 0, kToday, l); });
+        rows("key holder deleted", kHolders, [](const QString& f, L l) { return KeyHolderFile(f).remove(2, l); });
+        rows("location save", kLocations,
+             [](const QString& f, L l) { return LocationFile(f).saveRecord(2, kLocationTexts, l); });
+        rows("location deleted", kLocations, [](const QString& f, L l) { return LocationFile(f).remove(2, l); });
     }
 
     void changesCheckWhatWasLoaded() {

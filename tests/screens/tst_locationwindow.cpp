@@ -242,31 +242,42 @@ private Q_SLOTS:
         QCOMPARE(model()->cell(0, kColumnOf[field]), padded(stored, kPlaces[field][1]));
     }
 
+    // Typed into, or only its number clicked: the new-entry row becomes a record, and no location is chosen.
     void theNewEntryRowAppends_data() {
-        QTest::addColumn<bool>("enter");  // else a click on another cell
-        QTest::addColumn<int>("tail");    // bytes of a partial record after the last whole one
-        QTest::newRow("Enter") << true << 0;
-        QTest::newRow("a click on another cell") << false << 0;
-        QTest::newRow("over a partial record") << true << 100;
+        QTest::addColumn<QString>("leftBy");  // Enter, a click on another cell, or a click on its number
+        QTest::addColumn<int>("tail");        // bytes of a partial record after the last whole one
+        QTest::newRow("Enter") << "Enter" << 0;
+        QTest::newRow("a click on another cell") << "click" << 0;
+        QTest::newRow("over a partial record") << "Enter" << 100;
+        QTest::newRow("its number clicked, nothing typed") << "number" << 0;
     }
     void theNewEntryRowAppends() {
-        QFETCH(bool, enter);
+        QFETCH(QString, leftBy);
         QFETCH(int, tail);
         const QByteArray before = sites({"Noord", "Zuid"});
         open(before + QByteArray(tail, 'x'));
+        QSignalSpy chosen(m_window.get(), &LocationWindow::locationChosen);
         QCOMPARE(model()->rowCount(), 3);
         QCOMPARE(model()->cell(2, 0), QString(" 3"));
-        doubleClick(view(), 2, 3);
-        type(txtedit(), "Tiel");
-        if (enter) {
-            QTest::keyClick(txtedit(), Qt::Key_Return);
+        const QString town = leftBy == "number" ? QString() : QString("Tiel");
+        if (town.isEmpty()) {
+            click(view(), 2, 0);
         } else {
+            doubleClick(view(), 2, 3);
+            type(txtedit(), town);
+        }
+        if (leftBy == "Enter") {
+            QTest::keyClick(txtedit(), Qt::Key_Return);
+        } else if (leftBy == "click") {
             click(view(), 0, 2);
         }
-        QCOMPARE(onDisk(), before + locationBytes(1, {"", "", "", "Tiel"}));
+        QCOMPARE(onDisk(), before + locationBytes(1, {"", "", "", town}));
         QCOMPARE(model()->rowCount(), 4);
         QCOMPARE(model()->cell(3, 0), QString(" 4"));
         QCOMPARE(model()->cell(3, 3), QString());
+        QCOMPARE(chosen.size(), 0);
+        QVERIFY(m_window->isVisible());
+        QVERIFY(m_fx->session.subdir.isEmpty());
     }
 
     void aReadOnlyListLosesNothing() {
@@ -402,18 +413,6 @@ private Q_SLOTS:
         QVERIFY(QFileInfo(QDir(bestanden()).filePath(folder)).isDir());
         QCOMPARE(m_fx->settings.get("startfrm", "subdir", "?"), folder);
         QCOMPARE(onDisk(), sites({"Noord", name}, {"", map.isEmpty() ? name.left(12) : map}));
-    }
-
-    void theNewEntryRowsNumberChoosesNothing() {
-        open(sites({"Noord"}));
-        QSignalSpy chosen(m_window.get(), &LocationWindow::locationChosen);
-        click(view(), 1, 0);
-        QCOMPARE(chosen.size(), 0);
-        QVERIFY(m_window->isVisible());
-        QCOMPARE(onDisk(), sites({"Noord"}) + locationBytes(1, {}));
-        QCOMPARE(model()->rowCount(), 3);
-        QCOMPARE(model()->cell(2, 0), QString(" 3"));
-        QVERIFY(m_fx->session.subdir.isEmpty());
     }
 
     void refusedFolderNames_data() {
