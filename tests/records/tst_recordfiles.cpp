@@ -295,34 +295,30 @@ private Q_SLOTS:
         QByteArray holderGranted = record(512, 2);
         holderGranted[291] = char(holderGranted[291] | 0x02);
 
-        QTest::newRow("reader update") << Run([](const QString& f, FileOps* o) {
-            return ReaderFile(f, o).update(2, [](Reader& r) { r.setLezerNaam("Poort"); });
-        }) << QList<Span>{{128, 128}} << QList<Change>{{kReaders, 2, with(record(128, 2), {{34, 20, "Poort"}})}}
-                                       << 1;
-        QTest::newRow("reader update at count + 1 appends a blank reader") << Run([](const QString& f, FileOps* o) {
-            return ReaderFile(f, o).update(4, [](Reader& r) { r.setLezerNaam("Nieuw"); });
-        }) << QList<Span>{{384, 128}} << QList<Change>{{kReaders, 4, with(Reader().bytes(), {{34, 20, "Nieuw"}})}}
-                                                                           << 1;
-        QTest::newRow("markChanged") << Run([](const QString& f, FileOps* o) {
-            return ReaderFile(f, o).markChanged(2, kToday);
-        }) << QList<Span>{{128, 128}} << QList<Change>{{kReaders, 2, readerMarked}}
-                                     << 1;
-        QTest::newRow("clearChanged keeps the date")
-            << Run([](const QString& f, FileOps* o) { return ReaderFile(f, o).clearChanged(3); })
-            << QList<Span>{{256, 128}} << QList<Change>{{kReaders, 3, with(record(128, 3), {{60, 1, " "}})}} << 1;
-        QTest::newRow("key holder update") << Run([](const QString& f, FileOps* o) {
-            return KeyHolderFile(f, o).update(3, [](KeyHolder& k) { k.setVrijetekst("kwijt"); });
-        }) << QList<Span>{{1024, 512}} << QList<Change>{{kHolders, 3, with(record(512, 3), {{175, 58, "kwijt"}})}}
-                                           << 1;
-        QTest::newRow("record_update marks the reader, then writes the holder")
-            << Run([](const QString& f, FileOps* o) { return KeyHolderFile(f, o).record_update(1, 2, 1, 0, kToday); })
-            << QList<Span>{{128, 128}, {512, 512}}
-            << QList<Change>{{kReaders, 2, readerMarked}, {kHolders, 2, holderGranted}} << 4;
+        const auto row = [](const char* name, const QList<Span>& writes, const QList<Change>& changes, int opens,
+                            const Run& run) { QTest::newRow(name) << run << writes << changes << opens; };
+        row("reader update", {{128, 128}}, {{kReaders, 2, with(record(128, 2), {{34, 20, "Poort"}})}}, 1,
+            [](const QString& f, FileOps* o) {
+                return ReaderFile(f, o).update(2, [](Reader& r) { r.setLezerNaam("Poort"); });
+            });
+        row("reader update at count + 1 appends a blank reader", {{384, 128}},
+            {{kReaders, 4, with(Reader().bytes(), {{34, 20, "Nieuw"}})}}, 1, [](const QString& f, FileOps* o) {
+                return ReaderFile(f, o).update(4, [](Reader& r) { r.setLezerNaam("Nieuw"); });
+            });
+        row("markChanged", {{128, 128}}, {{kReaders, 2, readerMarked}}, 1,
+            [](const QString& f, FileOps* o) { return ReaderFile(f, o).markChanged(2, kToday); });
+        row("clearChanged keeps the date", {{256, 128}}, {{kReaders, 3, with(record(128, 3), {{60, 1, " "}})}}, 1,
+            [](const QString& f, FileOps* o) { return ReaderFile(f, o).clearChanged(3); });
+        row("key holder update", {{1024, 512}}, {{kHolders, 3, with(record(512, 3), {{175, 58, "kwijt"}})}}, 1,
+            [](const QString& f, FileOps* o) {
+                return KeyHolderFile(f, o).update(3, [](KeyHolder& k) { k.setVrijetekst("kwijt"); });
+            });
+        row("record_update marks the reader, then writes the holder", {{128, 128}, {512, 512}},
+            {{kReaders, 2, readerMarked}, {kHolders, 2, holderGranted}}, 4,
+            [](const QString& f, FileOps* o) { return KeyHolderFile(f, o).record_update(1, 2, 1, 0, kToday); });
         // Before any read the buffer is all zero bytes, and so are the saved record's reserved fields.
-        QTest::newRow("location save") << Run([](const QString& f, FileOps* o) {
-            return LocationFile(f, o).saveRecord(2, kLocationTexts);
-        }) << QList<Span>{{986, 986}} << QList<Change>{{kLocations, 2, with(Location().bytes(), kLocationFields)}}
-                                       << 1;
+        row("location save", {{986, 986}}, {{kLocations, 2, with(Location().bytes(), kLocationFields)}}, 1,
+            [](const QString& f, FileOps* o) { return LocationFile(f, o).saveRecord(2, kLocationTexts); });
     }
 
     void readModifyWrites() {
