@@ -163,8 +163,10 @@ void AccessWindow::openDetails(DetailsMode mode, int record) {
     window->activateWindow();
 }
 
+// Whatever the details window wrote shows, even before this window was ever activated.
 void AccessWindow::detailsClosed() {
     m_zoekcmd->setEnabled(true);
+    m_freshFromLoad = false;
     Form_Activate();
 }
 
@@ -172,7 +174,6 @@ void AccessWindow::detailsClosed() {
 void AccessWindow::detailsDeleted(int record) {
     const int top = m_grid->topRow();
     m_grid->fg3_laden();
-    m_freshFromLoad = true;
     m_grid->setTopRow(top);
     m_grid->setTopRow(record);
 }

@@ -250,14 +250,15 @@ void DetailsWindow::showProbeState(bool connected) {
         m_probelbl->hide();
         return;
     }
-    m_probelbl->setText(QStringLiteral("Geen Probe: de poort is dicht of de probe is niet aangesloten. "
-                                       "Er wordt verder gezocht."));
+    m_probelbl->setText(
+        QStringLiteral("Geen Probe: de poort is dicht of de probe is niet aangesloten. "
+                       "Er wordt verder gezocht."));
     m_probelbl->show();
 }
 
 void DetailsWindow::Timer1_Timer() {
     m_timer1->stop();
-    const KeyPoller::Step step = m_poller.poll();
+    const KeyPoller::Step step = m_poller.pollTick();
     showProbeState(step.outcome != KeyPoller::Outcome::NotConnected);
     if (step.outcome != KeyPoller::Outcome::Found) {
         m_timer1->start();
@@ -351,7 +352,7 @@ void DetailsWindow::Newcmd_Click() {
 void DetailsWindow::Applycmd_Click() {
     m_session.dowIo().setInitialised(false);
     if (m_record > 0) {
-        const KeyHolderDetails details{m_naamtxt->text(), m_adrestxt->text(), m_wptxt->text(), m_teltxt->text(),
+        const KeyHolderDetails details{m_naamtxt->text(), m_adrestxt->text(), m_wptxt->text(),         m_teltxt->text(),
                                        m_mobtxt->text(),  m_romtxt->text(),   m_geldigchk->isChecked()};
         // Another program may have given the key to someone else since it was presented here.
         if (details.sleutelcode != m_loadedCode && !KeyHolder::plainKeyCode(details.sleutelcode).isEmpty()) {
@@ -367,8 +368,8 @@ void DetailsWindow::Applycmd_Click() {
                 return;
             }
         }
-        const Result<KeyHolder> saved =
-            m_file.update(m_record, [&details](KeyHolder& holder) { details.applyTo(holder); }, m_loaded);
+        const Result<KeyHolder> saved = m_file.update(
+            m_record, [&details](KeyHolder& holder) { details.applyTo(holder); }, m_loaded);
         if (!saved) {
             MessageBox::error(this, saved.error);
             return;
