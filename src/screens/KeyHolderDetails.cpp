@@ -1,12 +1,19 @@
 #include "screens/KeyHolderDetails.h"
 
+namespace {
+// A field never written (the first record of a new file) holds zero bytes: shown as nothing.
+QString plain(QString text) {
+    return text.replace(QChar(0), QChar(u' ')).trimmed();
+}
+}  // namespace
+
 KeyHolderDetails KeyHolderDetails::from(const KeyHolder& holder) {
     KeyHolderDetails details;
-    details.naam = holder.naam().trimmed();
-    details.adres = holder.adres().trimmed();
-    details.woonplaats = holder.woonplaats().trimmed();
-    details.telefoon = holder.telefoon().trimmed();
-    details.mobiel = holder.mobiel().trimmed();
+    details.naam = plain(holder.naam());
+    details.adres = plain(holder.adres());
+    details.woonplaats = plain(holder.woonplaats());
+    details.telefoon = plain(holder.telefoon());
+    details.mobiel = plain(holder.mobiel());
     details.sleutelcode = holder.keyCode();
     details.geldig = holder.geldig() == QLatin1String("1");
     return details;
