@@ -35,6 +35,16 @@ KeyPoller::Step KeyPoller::poll() {
     return step;
 }
 
+KeyPoller::Step KeyPoller::pollTick(int echoWaitMs) {
+    const Step step = poll();
+    const bool resetSent =
+        step.id.status == DowIo::Identification::ResetSent || step.id.status == DowIo::Identification::NoKey;
+    if (resetSent && m_dow.line().waitForInput(1, echoWaitMs)) {
+        return poll();
+    }
+    return step;
+}
+
 KeyPoller::Step waitForKey(KeyPoller& poller, Clock& clock, int timeoutMs) {
     using std::chrono::milliseconds;
     const Clock::Time start = clock.now();

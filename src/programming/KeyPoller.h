@@ -13,6 +13,8 @@ public:
     enum class Purpose { ProgrammingKey, KeyCode };
     static constexpr int kProgrammingKeyTickMs = 100;  // Timer2
     static constexpr int kKeyCodeTickMs = 250;         // Timer1
+    // A reset's echo is back within about a millisecond; USB-serial adapters may hold it for up to 16 ms.
+    static constexpr int kEchoWaitMs = 20;
 
     enum class Outcome {
         Waiting,       // a reset went out, or a ROM read gave no result: poll again
@@ -29,6 +31,10 @@ public:
     KeyPoller(DowIo& dow, Purpose purpose);
 
     Step poll();
+    // A window's tick: one poll and, when that sent a reset, one more as soon as the reset's echo is in
+    // (at most echoWaitMs), so a key touched between two ticks is read in the next tick, not the one
+    // after it.
+    Step pollTick(int echoWaitMs = kEchoWaitMs);
     int intervalMs() const;
     Purpose purpose() const { return m_purpose; }
     DowIo& dow() { return m_dow; }

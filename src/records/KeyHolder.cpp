@@ -10,6 +10,11 @@ KeyHolder KeyHolder::blank() {
     return k;
 }
 
+QString KeyHolder::plainKeyCode(QString code) {
+    code = code.replace(QChar(0), QChar(u' ')).trimmed();
+    return code == QLatin1String("0000000000") ? QString() : code;
+}
+
 void KeyHolder::setMap(int offset, const QByteArray& map) {
     QByteArray value = map.left(kMapBytes);
     value.append(QByteArray(kMapBytes - value.size(), '\0'));

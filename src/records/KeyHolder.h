@@ -30,6 +30,10 @@ public:
     QString mobiel() const { return text(132, 15); }
     void setMobiel(const QString& v) { setText(132, 15, v); }
     QString sleutelcode() const { return text(157, 10); }
+    // The code as a key: blanks and zero bytes around it left out; "0000000000", which old records hold
+    // for a holder without a key, is no code either.
+    QString keyCode() const { return plainKeyCode(sleutelcode()); }
+    static QString plainKeyCode(QString code);
     void setSleutelcode(const QString& v) { setText(157, 10, v); }
     QString vrijetekst() const { return text(175, 58); }
     void setVrijetekst(const QString& v) { setText(175, 58, v); }

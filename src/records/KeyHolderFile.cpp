@@ -15,11 +15,6 @@ KeyHolder fromBytes(const QByteArray& bytes) {
     return holder;
 }
 
-// A key code never written holds zero bytes; those count as blanks.
-QString trimmedKeyCode(QString code) {
-    return code.replace(QChar(0), QChar(u' ')).trimmed();
-}
-
 }  // namespace
 
 KeyHolderFile::KeyHolderFile(const QString& folder, FileOps* ops)
@@ -102,10 +97,10 @@ Result<int> KeyHolderFile::findByKeyCode(const QString& code) {
     if (!records) {
         return records;
     }
-    const QString wanted = trimmedKeyCode(code);
+    const QString wanted = KeyHolder::plainKeyCode(code);
     for (int i = 0; i < records.value.size(); ++i) {
         m_current.setBytes(records.value.at(i));
-        if (!wanted.isEmpty() && trimmedKeyCode(m_current.sleutelcode()) == wanted) {
+        if (!wanted.isEmpty() && m_current.keyCode() == wanted) {
             return i + 1;
         }
     }

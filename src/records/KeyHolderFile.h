@@ -40,7 +40,8 @@ public:
     Result<int> newRecord();
 
     // The number of the first record whose sleutelcode equals code, blanks and zero bytes around
-    // either left out; 0 when none. A blank code matches nothing, not even a holder without a key.
+    // either left out; 0 when none. A blank code, or ten zeros, matches nothing, not even a holder
+    // without a key.
     // current() ends holding the match, or else the last record.
     Result<int> findByKeyCode(const QString& code);
 

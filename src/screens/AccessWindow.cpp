@@ -12,7 +12,6 @@
 #include "screens/AccessGrid.h"
 #include "screens/CellEditor.h"
 #include "screens/MessageBox.h"
-#include "screens/PlaceholderWindow.h"
 #include "screens/Session.h"
 #include "screens/SettingsStore.h"
 
@@ -58,11 +57,8 @@ AccessWindow::AccessWindow(Session& session, QWidget* parent)
     layout->addWidget(m_grid, 1);
     layout->addLayout(buttons);
 
-    connect(nieuwcmd, &QPushButton::clicked, this, [this] { openDetails(DetailsMode::New, 0); });
-    connect(m_zoekcmd, &QPushButton::clicked, this, [this] {
-        m_zoekcmd->setEnabled(false);
-        openDetails(DetailsMode::Search, 0);
-    });
+    connect(nieuwcmd, &QPushButton::clicked, this, [this] { openDetails(DetailsMode::New, currentRecord()); });
+    connect(m_zoekcmd, &QPushButton::clicked, this, [this] { openDetails(DetailsMode::Search, 0); });
     connect(m_cmdHelp, &QPushButton::clicked, this, &AccessWindow::CmdHelp_Click);
     connect(cancelcmd, &QPushButton::clicked, this, &QWidget::close);
     connect(m_grid, &AccessGrid::detailsRequested, this, [this](int record) {
@@ -149,35 +145,42 @@ void AccessWindow::Form_Unload() {
     Q_EMIT closed();
 }
 
-// The one place that opens the details window. Until that window exists a placeholder stands in,
-// named and captioned as the real one.
+// The one place that opens the details window. " Zoeken" stays disabled for exactly as long as a
+// search runs.
 void AccessWindow::openDetails(DetailsMode mode, int record) {
     if (m_details) {
         m_details->close();
     }
-    auto* window = new PlaceholderWindow(QStringLiteral("persoonfrm"), QStringLiteral("Personalia"));
+    auto* window = new DetailsWindow(m_session, mode, record);
     window->setAttribute(Qt::WA_DeleteOnClose);
-    switch (mode) {
-        case DetailsMode::Edit:
-            window->setHeading(QStringLiteral("Sleutelhouder %1").arg(record));
-            break;
-        case DetailsMode::New:
-            window->setHeading(QStringLiteral("Nieuwe sleutelhouder"));
-            break;
-        case DetailsMode::Search:
-            window->setHeading(QStringLiteral("Sleutelhouder zoeken"));
-            break;
-    }
-    connect(window, &PlaceholderWindow::closed, this, &AccessWindow::detailsClosed);
+    m_zoekcmd->setEnabled(!window->searching());
+    connect(window, &DetailsWindow::searchEnded, m_zoekcmd, [this] { m_zoekcmd->setEnabled(true); });
+    connect(window, &DetailsWindow::recordDeleted, this, &AccessWindow::detailsDeleted);
+    connect(window, &DetailsWindow::closed, this, &AccessWindow::detailsClosed);
     m_details = window;
     window->show();
     window->raise();
     window->activateWindow();
 }
 
+// Whatever the details window wrote shows, even before this window was ever activated.
 void AccessWindow::detailsClosed() {
     m_zoekcmd->setEnabled(true);
+    m_freshFromLoad = false;
     Form_Activate();
+}
+
+// The rows stay where they were; a record number still within the grid goes to the top.
+void AccessWindow::detailsDeleted(int record) {
+    const int top = m_grid->topRow();
+    m_grid->fg3_laden();
+    m_grid->setTopRow(top);
+    m_grid->setTopRow(record);
+}
+
+int AccessWindow::currentRecord() const {
+    const QModelIndex current = m_grid->currentIndex();
+    return current.isValid() ? m_grid->model()->recordNumber(current.row()) : 0;
 }
 
 QStringList AccessWindow::helpLines() {

@@ -4,6 +4,8 @@
 #include <QStringList>
 #include <QWidget>
 
+#include "screens/DetailsWindow.h"
+
 class AccessGrid;
 class QListWidget;
 class QPushButton;
@@ -17,7 +19,7 @@ class AccessWindow : public QWidget {
 
 public:
     // What the details window is opened for.
-    enum class DetailsMode { Edit, New, Search };
+    using DetailsMode = DetailsWindow::Mode;
 
     explicit AccessWindow(Session& session, QWidget* parent = nullptr);
     ~AccessWindow() override;
@@ -26,7 +28,7 @@ public:
 
     AccessGrid* grid() const { return m_grid; }
     // The details window while it is open.
-    QWidget* details() const { return m_details; }
+    DetailsWindow* details() const { return m_details; }
 
     // Reader number n (from 1) in view with its full name over its heading; call once shown.
     void showReader(int readerNumber);
@@ -49,6 +51,8 @@ private:
     void storeTopRow();
     void openDetails(DetailsMode mode, int record);
     void detailsClosed();
+    void detailsDeleted(int record);
+    int currentRecord() const;
     void placeHelpList();
 
     Session& m_session;
@@ -56,7 +60,7 @@ private:
     QListWidget* m_hepllst;
     QPushButton* m_zoekcmd;
     QPushButton* m_cmdHelp;
-    QPointer<QWidget> m_details;
+    QPointer<DetailsWindow> m_details;
     // The grid was filled by the load; the first activation need not read the files again.
     bool m_freshFromLoad = false;
     // toprow as this window last read or wrote it. Only a value some other window stored moves the

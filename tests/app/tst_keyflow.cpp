@@ -1,14 +1,21 @@
-// The main road of the program, through the real windows and the simulated probe: a reader marked
-// as changed is clicked, its image is built, a DS1993 on the probe is written, and the mark goes.
+// The main road of the program, through the real windows and the simulated probe: a key holder made
+// from a key on the probe and granted a reader; a reader marked as changed is clicked, its image is
+// built, a DS1993 on the probe is written, and the mark goes.
 #include <QFile>
+#include <QLineEdit>
 #include <QRadioButton>
 #include <QTableView>
 
 #include "probesim/SimulatedProbe.h"
 #include "probesim/VirtualIButton.h"
+#include "programming/KeyPoller.h"
 #include "programming/ProgrammingImage.h"
 #include "records/KeyHolderFile.h"
 #include "records/ReaderFile.h"
+#include "screens/AccessGrid.h"
+#include "screens/AccessGridModel.h"
+#include "screens/AccessWindow.h"
+#include "screens/DetailsWindow.h"
 #include "screens/MessageBox.h"
 #include "screens/ReaderGrid.h"
 #include "screens/ReaderListModel.h"
@@ -18,6 +25,31 @@
 #include "support/VerifyStatus.h"
 
 using Col = ReaderListModel::Column;
+
+namespace {
+
+QWidget* topLevel(const QString& name) {
+    for (QWidget* w : QApplication::topLevelWidgets()) {
+        if (w->objectName() == name && w->isVisible()) {
+            return w;
+        }
+    }
+    return nullptr;
+}
+
+void click(QWidget* window, const char* name) {
+    QAbstractButton* button = window->findChild<QAbstractButton*>(QLatin1String(name));
+    QVERIFY2(button, name);
+    QTest::mouseClick(button, Qt::LeftButton);
+}
+
+// The key as a user presents it: in the simulated probe's window, by its own button.
+void touch(QWidget* simulation, const char* button) {
+    QRadioButton* key = simulation->findChild<QRadioButton*>(QLatin1String(button));
+    QTest::mouseClick(simulation->windowHandle(), Qt::LeftButton, {}, key->mapTo(simulation, key->rect().center()));
+}
+
+}  // namespace
 
 class TestKeyFlow : public QObject {
     Q_OBJECT
@@ -107,6 +139,76 @@ private Q_SLOTS:
         QCOMPARE(fx.app->simulatedProbe()->key(0)->memory().toHex(), image.toHex());
         // Code, format word, list B starting at slot 4, mode, relay time, then the three keys' codes.
         QCOMPARE(image.left(14).toHex().toUpper(), QByteArray("1A2B3C00010400001A2B2A2B3A2B"));
+        QCOMPARE(MessageBox::takeShown().size(), 0);
+        window.close();
+    }
+    // A new holder's key taken from the probe, the holder granted reader 1, and reader 1's programming key
+    // carries the code's first four characters in list A.
+    void newHolderFromProbeToProgrammingKey() {
+        AppFixture fx;
+        const QString folder = fx.bestanden();
+        QDir().mkpath(folder);
+        Reader reader = Reader::defaultRecord(QDate(2024, 2, 1));
+        reader.setLezerNaam(QStringLiteral("Hoofdingang"));
+        reader.setLezerkode(QStringLiteral("1A2B3C"));
+        VERIFY_OK(ReaderFile(folder).write(1, reader));
+
+        CommandLine commandLine;
+        commandLine.home = fx.home();
+        commandLine.simulate = true;
+        ManualClock clock;
+        ManualTicks ticks(clock);
+        fx.app = std::make_unique<Application>(commandLine, fx.ini(), clock, &ticks);
+        StartWindow& window = fx.app->mainWindow();
+        QWidget* simulation = fx.app->simulatedProbeWindow();
+        window.show();
+        simulation->show();
+        QVERIFY(QTest::qWaitForWindowExposed(simulation));
+        // The file starts with the one all-zero record a new folder gets: the new holder is number 2.
+        QCOMPARE(KeyHolderFile(folder).count().value, 1);
+
+        click(&window, "persoonbtn");
+        auto* access = qobject_cast<AccessWindow*>(topLevel(QStringLiteral("sleutelfrm")));
+        QVERIFY(access);
+        click(access, "Nieuwcmd");
+        QVERIFY(access->details());
+        // "DS1990A sleutel 1": ROM 01 5A 3C 21 0B 00 00, so the code is 5A3C210B00.
+        touch(simulation, "sleutel0");
+        ticks.advance(2 * KeyPoller::kKeyCodeTickMs);
+        QCOMPARE(access->details()->findChild<QLineEdit*>("Romtxt")->text(), QString("5A3C210B00"));
+        QTest::keyClicks(access->details()->findChild<QLineEdit*>("naamtxt"), "Jan Sleutel");
+        click(access->details(), "Applycmd");
+        touch(simulation, "geensleutel");
+        KeyHolderFile holders(folder);
+        VERIFY_OK(holders.record_load(2));
+        QCOMPARE(holders.current().naam().trimmed(), QString("Jan Sleutel"));
+        QCOMPARE(holders.current().sleutelcode(), QString("5A3C210B00"));
+
+        // Reader 1 for the holder in row 2, then the reader's programming key.
+        AccessGrid* grid = access->grid();
+        QCOMPARE(grid->model()->recordNumber(1), 2);
+        const QModelIndex cell = grid->model()->index(1, AccessGridModel::kFirstReaderColumn);
+        grid->scrollTo(cell);
+        QTest::mouseClick(grid->viewport(), Qt::LeftButton, {}, grid->visualRect(cell).center());
+        QCOMPARE(grid->model()->colour(1, 0), AccessGridModel::Colour::Green);
+        access->close();
+        window.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+
+        QTimer::singleShot(0, simulation, [&, simulation] {
+            touch(simulation, "sleutel4");
+            if (!ticks.advanceUntil([] { return !topLevel(QStringLiteral("probfrm")); }, std::chrono::seconds(10))) {
+                QApplication::activeModalWidget()->close();
+            }
+        });
+        QTableView* view = window.grid()->view();
+        const QModelIndex mark = view->model()->index(0, Col::ColFlag);
+        QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, view->visualRect(mark).center());
+
+        const QByteArray memory = fx.app->simulatedProbe()->key(0)->memory();
+        // One key in list A, list B after it at slot 2, and the key's first four code characters.
+        QCOMPARE(memory.mid(5, 1).toHex().toUpper(), QByteArray("02"));
+        QCOMPARE(memory.mid(8, 2).toHex().toUpper(), QByteArray("5A3C"));
         QCOMPARE(MessageBox::takeShown().size(), 0);
         window.close();
     }

@@ -69,6 +69,19 @@ private Q_SLOTS:
         // 0x0F first, then 0x33, which the old key ignores.
         QTest::newRow("old DS1990 every other read") << keyCode << "ds1990:01A1B2C3D4E5F6"
                                                      << "WFWWWF";
+        // A window's tick follows its reset up at once: every tick decides.
+        QTest::newRow("tick: no key") << -keyCode << ""
+                                      << "NNNN";
+        QTest::newRow("tick: not connected") << -keyCode << "closed"
+                                             << "CCCC";
+        QTest::newRow("tick: key code") << -keyCode << "ds1990a:01A1B2C3D4E5F6"
+                                        << "FFFF";
+        QTest::newRow("tick: key touched after the first tick") << -keyCode << "later:ds1990a:01A1B2C3D4E5F6"
+                                                                << "NFFF";
+        QTest::newRow("tick: old DS1990") << -keyCode << "ds1990:01A1B2C3D4E5F6"
+                                          << "FWFW";
+        QTest::newRow("tick: bad CRC") << -keyCode << "ds1990a:01A1B2C3D4E5F600"
+                                       << "WWWW";
     }
 
     void ticks() {
@@ -76,11 +89,16 @@ private Q_SLOTS:
         QFETCH(QString, key);
         QFETCH(QString, outcomes);
         const bool closed = key == QLatin1String("closed");
-        Rig r(closed ? QString() : key, !closed);
-        KeyPoller poller(r.sim.dowIo(), Purpose(purpose));
+        const bool later = key.startsWith(QLatin1String("later:"));
+        const bool tick = purpose < 0;  // pollTick instead of poll
+        Rig r(closed || later ? QString() : key, !closed);
+        KeyPoller poller(r.sim.dowIo(), Purpose(tick ? -purpose : purpose));
         QList<Outcome> seen;
-        for (int tick = 0; tick < outcomes.size(); ++tick) {
-            const KeyPoller::Step step = poller.poll();
+        for (int n = 0; n < outcomes.size(); ++n) {
+            if (later && n == 1) {
+                QVERIFY(r.sim.insertKey(key.mid(6)));
+            }
+            const KeyPoller::Step step = tick ? poller.pollTick() : poller.poll();
             seen << step.outcome;
             if (step.outcome == Outcome::Found || step.outcome == Outcome::WrongFamily) {
                 QCOMPARE(step.id.keyCode, kKeyCode);

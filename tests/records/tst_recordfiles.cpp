@@ -510,6 +510,7 @@ private Q_SLOTS:
         QTest::newRow("empty") << "" << 0;
         QTest::newRow("blanks") << "          " << 0;
         QTest::newRow("zero bytes") << QString(10, QChar(0)) << 0;
+        QTest::newRow("ten zeros, an old record's no key") << "0000000000" << 0;
     }
 
     void findByKeyCode() {
@@ -518,7 +519,7 @@ private Q_SLOTS:
         QTemporaryDir dir;
         QByteArrayList holders;
         for (const QByteArray& key : {QByteArray(10, '\0'), QByteArray(10, ' '), QByteArray("AB12      "),
-                                      QByteArray("0011223344"), QByteArray("0011223344")}) {
+                                      QByteArray("0011223344"), QByteArray("0011223344"), QByteArray("0000000000")}) {
             holders.append(record(512, int(holders.size()) + 1).replace(157, 10, key));
         }
         QVERIFY(writeFile(dir.filePath("asleutel.bst"), holders.join()));

@@ -2,6 +2,7 @@
 // record writes and reader marks checked on disk byte by byte, texts typed in place, sorting, the
 // reader headings, refusals, and what the window keeps in the settings.
 #include <QAbstractItemModelTester>
+#include <QLabel>
 #include <QPushButton>
 #include <QScrollBar>
 
@@ -10,8 +11,8 @@
 #include "screens/AccessGridModel.h"
 #include "screens/AccessWindow.h"
 #include "screens/CellEditor.h"
+#include "screens/DetailsWindow.h"
 #include "screens/MessageBox.h"
-#include "screens/PlaceholderWindow.h"
 #include "screens/WindowSettings.h"
 #include "support/FaultyFileOps.h"
 #include "support/GridFixture.h"
@@ -99,7 +100,7 @@ private:
     QColor colour(int row, int column) const {
         return model()->data(model()->index(row, column), Qt::BackgroundRole).value<QColor>();
     }
-    PlaceholderWindow* details() const { return qobject_cast<PlaceholderWindow*>(m_window->details()); }
+    DetailsWindow* details() const { return m_window->details(); }
 
 private Q_SLOTS:
     void init() {
@@ -546,18 +547,18 @@ private Q_SLOTS:
 
     void detailsWindow_data() {
         QTest::addColumn<QString>("opener");
-        QTest::addColumn<QString>("heading");
+        QTest::addColumn<QString>("number");
         QTest::addColumn<bool>("searching");
         QTest::newRow("column 0 of holder 2") << "cell"
-                                              << "Sleutelhouder 2" << false;
-        QTest::newRow("Nieuw") << "Nieuwcmd"
-                               << "Nieuwe sleutelhouder" << false;
+                                              << "Volgnummer   2" << false;
+        QTest::newRow("Nieuw, written at once") << "Nieuwcmd"
+                                                << "Volgnummer   61" << false;
         QTest::newRow("Zoeken") << "zoekcmd"
-                                << "Sleutelhouder zoeken" << true;
+                                << "" << true;
     }
     void detailsWindow() {
         QFETCH(QString, opener);
-        QFETCH(QString, heading);
+        QFETCH(QString, number);
         QFETCH(bool, searching);
         QList<QByteArray> holders;
         for (int i = 1; i <= 60; ++i) {
@@ -580,8 +581,9 @@ private Q_SLOTS:
         QVERIFY(details()->isVisible());
         QCOMPARE(details()->objectName(), QString("persoonfrm"));
         QCOMPARE(details()->windowTitle(), QString("Personalia"));
-        QCOMPARE(details()->heading(), heading);
+        QCOMPARE(details()->findChild<QLabel*>("vlgnrlbl")->text(), number);
         QCOMPARE(zoekcmd->isEnabled(), !searching);
+        QCOMPARE(holdersOnDisk().size(), (opener == "Nieuwcmd" ? 61 : 60) * 512);
 
         // What the details window changed shows when it closes.
         QVERIFY(writeFile(holdersPath(), holder(1, "Nieuw") + holders.mid(1).join()));

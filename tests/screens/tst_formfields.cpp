@@ -13,6 +13,18 @@ class TestFormFields : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
+    // A record never written (zero bytes) shows empty boxes; ten zeros as the code show as no code.
+    void detailsShown() {
+        KeyHolder holder;
+        KeyHolderDetails shown = KeyHolderDetails::from(holder);
+        QVERIFY(shown.naam.isEmpty() && shown.adres.isEmpty() && shown.mobiel.isEmpty() && shown.sleutelcode.isEmpty());
+        QVERIFY(!shown.geldig);
+        QVERIFY(holder.setBytes(with(record(512, 1), {{0, 1, "1"}, {14, 30, " Piet"}, {157, 10, "0000000000"}})));
+        shown = KeyHolderDetails::from(holder);
+        QCOMPARE(shown.naam, QString("Piet"));
+        QVERIFY(shown.sleutelcode.isEmpty() && shown.geldig);
+    }
+
     // "O.K." replaces the six texts and geldig; the reader maps and every reserved byte stay.
     void detailsSave_data() {
         QTest::addColumn<bool>("geldig");
