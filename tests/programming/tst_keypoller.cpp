@@ -69,6 +69,11 @@ private Q_SLOTS:
         // 0x0F first, then 0x33, which the old key ignores.
         QTest::newRow("old DS1990 every other read") << keyCode << "ds1990:01A1B2C3D4E5F6"
                                                      << "WFWWWF";
+        // A programming key is read on the 0x33 tick only.
+        QTest::newRow("DS1993 key code on the 0x33 read") << keyCode << "ds1993:06A1B2C3D4E5F6"
+                                                          << "WWWFWW";
+        QTest::newRow("DS1994 key code on the 0x33 read") << keyCode << "ds1994:04A1B2C3D4E5F6"
+                                                          << "WWWFWWWF";
     }
 
     void ticks() {
