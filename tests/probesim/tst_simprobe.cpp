@@ -179,7 +179,7 @@ private Q_SLOTS:
         m_probe->setEchoNoise(rate, 7);
         const QByteArray data = pattern(32, 5);
         QVERIFY(resetFindsKey());
-        const QByteArray sent = slotsFor("\xCC\x0F\x20\x00" + data);
+        const QByteArray sent = slotsFor(QByteArray("\xCC\x0F\x20\x00", 4) + data);
         const QByteArray echoes = exchange(sent);
         QCOMPARE(echoes.size(), sent.size());
         for (int i = 0; i < sent.size(); ++i) {
@@ -194,7 +194,7 @@ private Q_SLOTS:
         int wrongBits = 0;
         int ones = 0;
         for (int read = 0; read < reads; ++read) {
-            const QByteArray seen = transaction("\xCC\xF0\x00\x00", 512);
+            const QByteArray seen = transaction(QByteArray("\xCC\xF0\x00\x00", 4), 512);
             for (int i = 0; i < 512; ++i) {
                 ones += std::popcount(uint8_t(memory[i]));
                 QCOMPARE(uint8_t(seen[i]) & ~uint8_t(memory[i]), 0);  // never a 1 the key does not send
