@@ -61,7 +61,8 @@ public:
 Q_SIGNALS:
     // Command1 "I/O poort instellen".
     void portSettingsRequested();
-    // After each page, ok false when its scratchpad could not be written.
+    // After each page, and after each page written again with check1; ok false when its scratchpad
+    // could not be written.
     void pageWritten(int page, bool ok);
 
 private:
