@@ -1,6 +1,9 @@
 // Times a full programming-key write (16 pages), its read-back and a ROM read through the simulated
 // probe, which paces every character like a real port, and sets each against the least time the
 // characters actually sent need on the wire. Then the same with the latency of a USB-serial adapter.
+// Last, whole writes and checks with echo noise on the line, on the simulated clock: how often the
+// first read-back differed (each of those was "Controle mislukt" before pages were read again), how
+// often the check said OK, how many pages were read again, and the time on the wire.
 
 #include "onewire/DowIo.h"
 #include "onewire/MemoryKey.h"
@@ -13,6 +16,7 @@
 
 #include <QElapsedTimer>
 
+#include <algorithm>
 #include <cstdio>
 #include <functional>
 
@@ -141,11 +145,56 @@ void runAt(int64_t latencyUs) {
     report("read-back (512 bytes)", checkSeconds, line, checked.checkOk());
 }
 
+void noiseRuns(double rate, int runs) {
+    int firstDiffered = 0;
+    int checkedOk = 0;
+    int keyHoldsImage = 0;
+    int64_t rereads = 0;
+    int64_t spoilt = 0;
+    double seconds = 0;
+    double slowest = 0;
+    for (int run = 0; run < runs; ++run) {
+        ManualClock clock;
+        auto owned = std::make_unique<SimulatedProbe>(clock);
+        SimulatedProbe& probe = *owned;
+        ProbeStack stack(std::move(owned), clock);
+        QString error;
+        VirtualIButton* key =
+            probe.insertKey(VirtualIButton::fromText(QStringLiteral("ds1993:06A1B2C3D4E5F6"), &error));
+        probe.setEchoNoise(rate, uint32_t(run + 1));
+        probe.open(&error);
+        stack.dowIo().selectBase();
+        QByteArray memory(MemoryKey::kMemorySize, '\0');
+        for (int i = 0; i < memory.size(); ++i) {
+            memory[i] = char((i * 37 + 5) & 0xFF);
+        }
+        const KeyWriter::Result result = KeyWriter(stack.dowIo()).write(memory);
+        firstDiffered += result.firstDiffering.isEmpty() ? 0 : 1;
+        checkedOk += result.checkOk() ? 1 : 0;
+        keyHoldsImage += key->memory() == memory ? 1 : 0;
+        rereads += result.pageRereads;
+        spoilt += probe.noisyEchoes();
+        const double runSeconds = std::chrono::duration<double>(clock.now()).count();
+        seconds += runSeconds;
+        slowest = std::max(slowest, runSeconds);
+    }
+    std::printf(
+        "  noise %-9g %3d runs: key holds image %3d, first read-back differed %3d, Controle OK %3d, "
+        "pages read again %5.2f per run, spoilt echoes %6.1f per run, wire %5.3f s per run (slowest "
+        "%5.3f s)\n",
+        rate, runs, keyHoldsImage, firstDiffered, checkedOk, double(rereads) / runs, double(spoilt) / runs,
+        seconds / runs, slowest);
+}
+
 }  // namespace
 
 int main() {
     for (int64_t latencyUs : {0, 1000, 16000}) {
         runAt(latencyUs);
+    }
+    std::printf("echo noise on 1-slots, write and check on the simulated clock\n");
+    for (double rate : {0.0, 0.0001, 0.001, 0.01}) {
+        noiseRuns(rate, 50);
     }
     return 0;
 }

@@ -31,9 +31,11 @@ DowIo::DowIo(SerialLine& line, PortIo& ports, Clock& clock)
     : m_line(line), m_ports(ports), m_link(line, ports, clock) {}
 
 bool DowIo::startUp(const QString& poort, QString* error) {
-    const QString number = poort.trimmed();
-    if (!number.isEmpty()) {
-        m_line.setPortNumber(number.toInt());
+    // Text that is no number is read as empty, as if nothing were stored: it must not become port 0.
+    bool isNumber = false;
+    const int number = poort.trimmed().toInt(&isNumber);
+    if (isNumber) {
+        m_line.setPortNumber(number);
     }
     grantPort(m_line.portNumber());
     QString systemError;
@@ -120,6 +122,21 @@ DowIo::PageWrite DowIo::writePage(int page, const QByteArray& data, const std::f
 DowIo::MemoryRead DowIo::readMemory(const std::function<void()>& processEvents) {
     MemoryRead result;
     const MemoryKey::Failure failure = MemoryKey::readMemory(m_link, &result.data, processEvents);
+    result.ok = failure == MemoryKey::Failure::None;
+    result.error = failureMessage(failure);
+    if (!result.ok) {
+        result.data.clear();
+    }
+    return result;
+}
+
+DowIo::MemoryRead DowIo::readPage(int page, const std::function<void()>& processEvents) {
+    MemoryRead result;
+    if (page < 1 || page > MemoryKey::kPageCount) {
+        result.error = QStringLiteral("Ongeldige pagina %1.").arg(page);
+        return result;
+    }
+    const MemoryKey::Failure failure = MemoryKey::readPage(m_link, page, &result.data, processEvents);
     result.ok = failure == MemoryKey::Failure::None;
     result.error = failureMessage(failure);
     if (!result.ok) {

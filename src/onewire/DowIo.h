@@ -47,7 +47,7 @@ public:
     // The key-holder screen shortens the string in place.
     void setKeyCode(const QString& keyCode) { m_keyCode = keyCode; }
 
-    // Start-up: the stored port number (empty keeps the line's), the grant for its range, then the line
+    // Start-up: the stored port number (empty or not a number keeps the line's), the grant for its range, then the line
     // is opened. False with a Dutch message when it cannot be opened; nothing else depends on it.
     bool startUp(const QString& poort, QString* error);
     void grantPort(int portNumber);
@@ -67,6 +67,8 @@ public:
     // Page 1..16 of a memory key: 32 bytes. processEvents runs while the copy stage waits for the key.
     PageWrite writePage(int page, const QByteArray& data, const std::function<void()>& processEvents = {});
     MemoryRead readMemory(const std::function<void()>& processEvents = {});
+    // Page 1..16 alone: 32 bytes.
+    MemoryRead readPage(int page, const std::function<void()>& processEvents = {});
 
     static QString portOpenMessage(int portNumber, const QString& systemError);
     static QString probeGoneMessage();

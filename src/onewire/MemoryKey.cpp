@@ -52,23 +52,33 @@ MemoryKey::Failure MemoryKey::copyScratchpad(Link& link, int page, const std::fu
 }
 
 MemoryKey::Failure MemoryKey::readMemory(Link& link, QByteArray* data, const std::function<void()>& processEvents) {
+    return readFrom(link, {0, 0}, kMemorySize, data, processEvents);
+}
+
+MemoryKey::Failure MemoryKey::readPage(Link& link, int page, QByteArray* data,
+                                       const std::function<void()>& processEvents) {
+    return readFrom(link, pageAddress(page), kPageSize, data, processEvents);
+}
+
+MemoryKey::Failure MemoryKey::readFrom(Link& link, Address address, int length, QByteArray* data,
+                                       const std::function<void()>& processEvents) {
     if (const Failure failure = resetWithin(link, processEvents); failure != Failure::None) {
         return failure;
     }
     link.switchFastRate();
-    const QByteArray command = addressed(kReadMemory, {0, 0});
-    if (!link.sendRun(Link::writeSlots(command) + Link::readSlots(kMemorySize))) {
+    const QByteArray command = addressed(kReadMemory, address);
+    if (!link.sendRun(Link::writeSlots(command) + Link::readSlots(length))) {
         return Failure::ProbeGone;
     }
     for (int i = 0; i < command.size(); ++i) {
         link.readByte();
     }
-    if (link.line().inBufferCount() != kMemorySize * 8) {
+    if (link.line().inBufferCount() != length * 8) {
         return Failure::Incomplete;
     }
     data->clear();
-    data->reserve(kMemorySize);
-    for (int i = 0; i < kMemorySize; ++i) {
+    data->reserve(length);
+    for (int i = 0; i < length; ++i) {
         data->append(char(link.readByte()));
     }
     return Failure::None;

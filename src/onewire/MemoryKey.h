@@ -8,7 +8,7 @@
 class Link;
 
 // A DS1993 or DS1994 memory key, the programming key: 16 pages of 32 bytes, written page by page through
-// its scratchpad (Write Scratchpad, then Copy Scratchpad) and read back whole with Read Memory. Each
+// its scratchpad (Write Scratchpad, then Copy Scratchpad) and read back with Read Memory, whole or a page. Each
 // transaction starts with blocking resets, retried for kPageStageTimeoutMs on the link's clock.
 class MemoryKey {
 public:
@@ -49,8 +49,12 @@ public:
     static Failure copyScratchpad(Link& link, int page, const std::function<void()>& processEvents);
     // All 512 bytes into *data.
     static Failure readMemory(Link& link, QByteArray* data, const std::function<void()>& processEvents);
+    // The 32 bytes of page 1..16 into *data.
+    static Failure readPage(Link& link, int page, QByteArray* data, const std::function<void()>& processEvents);
 
 private:
     static Failure resetWithin(Link& link, const std::function<void()>& processEvents);
+    static Failure readFrom(Link& link, Address address, int length, QByteArray* data,
+                            const std::function<void()>& processEvents);
     static QByteArray addressed(uint8_t command, Address address);
 };

@@ -32,7 +32,7 @@ void SimulatedProbe::advance() {
 
 std::optional<uint8_t> SimulatedProbe::transmit(uint8_t character, int bitsPerSecond) {
     applyKeyEvents();
-    const uint8_t echo = applyCorruption(m_wire.transmit(character, bitsPerSecond));
+    const uint8_t echo = applyNoise(character, applyCorruption(m_wire.transmit(character, bitsPerSecond)));
     ++m_sent;
     if (!m_probeConnected) {
         ++m_lostSinceOpen;
@@ -66,6 +66,23 @@ uint8_t SimulatedProbe::applyCorruption(uint8_t echo) {
         }
     }
     return echo;
+}
+
+uint8_t SimulatedProbe::applyNoise(uint8_t character, uint8_t echo) {
+    if (m_noiseRate <= 0 || character != 0xFF) {
+        return echo;
+    }
+    auto next = [this] {
+        m_noiseState ^= m_noiseState << 13;
+        m_noiseState ^= m_noiseState >> 17;
+        m_noiseState ^= m_noiseState << 5;
+        return m_noiseState;
+    };
+    if (next() / 4294967296.0 >= m_noiseRate) {
+        return echo;
+    }
+    ++m_noisyEchoes;
+    return uint8_t(echo & ~(1u << (next() % 8)));
 }
 
 int SimulatedProbe::inBufferCount() {
@@ -183,4 +200,9 @@ void SimulatedProbe::setUnplugged(bool unplugged, const QString& errorText) {
 
 void SimulatedProbe::corruptEcho(int64_t characterIndex, uint8_t xorMask) {
     m_corruptions.emplace_back(characterIndex, xorMask);
+}
+
+void SimulatedProbe::setEchoNoise(double rate, uint32_t seed) {
+    m_noiseRate = rate;
+    m_noiseState = seed ? seed : 1;
 }

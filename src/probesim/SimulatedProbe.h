@@ -55,6 +55,12 @@ public:
     void setTransferLatencyUs(int64_t latencyUs) { m_latency = std::chrono::microseconds(latencyUs); }
     // The echo of the character with this index (from 0, counted like charactersSent()) is XOR-ed.
     void corruptEcho(int64_t characterIndex, uint8_t xorMask);
+    // Noise on the line as the master sees it: at this rate (0 to 1) the echo of a 1-slot comes back
+    // with one bit low, so a read slot reads 0. The keys still see the slots as they were sent. The
+    // same seed gives the same noise.
+    void setEchoNoise(double rate, uint32_t seed = 1);
+    // 1-slot echoes the noise has spoilt so far.
+    int64_t noisyEchoes() const { return m_noisyEchoes; }
 
 private:
     using Time = Clock::Time;
@@ -69,6 +75,7 @@ private:
     std::optional<uint8_t> transmit(uint8_t character, int bitsPerSecond);
     void applyKeyEvents();
     uint8_t applyCorruption(uint8_t echo);
+    uint8_t applyNoise(uint8_t character, uint8_t echo);
     bool waitUntil(int count, int timeoutMs);
 
     Clock& m_clock;
@@ -88,4 +95,7 @@ private:
 
     std::vector<KeyEvent> m_keyEvents;
     std::vector<std::pair<int64_t, uint8_t>> m_corruptions;
+    double m_noiseRate = 0;
+    uint32_t m_noiseState = 1;
+    int64_t m_noisyEchoes = 0;
 };

@@ -272,8 +272,11 @@ bool VirtualIButton::answersRomCommand(uint8_t command) const {
     if (m_kind == Kind::Ds1990) {
         return command == kReadRomOld;
     }
-    return command == kReadRom || command == kReadRomOld || command == kMatchRom || command == kSearchRom ||
-           command == kSkipRom;
+    // The DS1990A still takes the old code beside 0x33; the memory keys know only the newer set.
+    if (command == kReadRomOld) {
+        return m_kind == Kind::Ds1990A;
+    }
+    return command == kReadRom || command == kMatchRom || command == kSearchRom || command == kSkipRom;
 }
 
 void VirtualIButton::romCommand(uint8_t command) {

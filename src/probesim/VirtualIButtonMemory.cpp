@@ -1,11 +1,25 @@
 #include "probesim/VirtualIButtonMemory.h"
 
 VirtualIButtonMemory::VirtualIButtonMemory(Kind kind, const Rom& rom)
-    : VirtualIButton(kind, rom), m_memory(kMemoryBytes, '\0'), m_scratchpad(kScratchpadBytes, '\0') {}
+    : VirtualIButton(kind, rom),
+      m_memory(kMemoryBytes, '\0'),
+      m_stuckLow(kMemoryBytes, '\0'),
+      m_scratchpad(kScratchpadBytes, '\0') {}
 
 void VirtualIButtonMemory::setMemory(const QByteArray& bytes) {
     m_memory = bytes.left(kMemoryBytes);
     m_memory.append(QByteArray(kMemoryBytes - m_memory.size(), '\0'));
+    for (int address = 0; address < kMemoryBytes; ++address) {
+        m_memory[address] = char(uint8_t(m_memory[address]) & ~uint8_t(m_stuckLow[address]));
+    }
+}
+
+void VirtualIButtonMemory::setStuckLowBits(int address, uint8_t mask) {
+    if (address < 0 || address >= kMemoryBytes) {
+        return;
+    }
+    m_stuckLow[address] = char(mask);
+    m_memory[address] = char(uint8_t(m_memory[address]) & ~mask);
 }
 
 void VirtualIButtonMemory::functionByte(uint8_t byte) {
@@ -81,7 +95,7 @@ void VirtualIButtonMemory::copyScratchpad() {
     for (int offset = first; offset <= last; ++offset) {
         const int address = m_target + (offset - first);
         if (address < kMemoryBytes) {
-            m_memory[address] = m_scratchpad[offset];
+            m_memory[address] = char(uint8_t(m_scratchpad[offset]) & ~uint8_t(m_stuckLow[address]));
         }
     }
 }

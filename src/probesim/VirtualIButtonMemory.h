@@ -26,6 +26,8 @@ public:
 
     QByteArray memory() const override { return m_memory; }
     void setMemory(const QByteArray& bytes) override;
+    // A worn cell: these bits of the byte at address read 0 from now on, whatever is copied there.
+    void setStuckLowBits(int address, uint8_t mask);
     QByteArray scratchpad() const override { return m_scratchpad; }
     uint8_t endingStatus() const override { return m_status; }
 
@@ -38,6 +40,7 @@ private:
     void copyScratchpad();
 
     QByteArray m_memory;
+    QByteArray m_stuckLow;
     QByteArray m_scratchpad;
     uint16_t m_target = 0;
     uint8_t m_status = 0;

@@ -257,18 +257,23 @@ void ProbeWindow::runWrite() {
                 failures.append(KeyWriter::pageFailureText(report));
                 m_label4->setToolTip(failures.join(QLatin1Char('\n')));
             }
-            m_progressBar1->setValue(report.page);
+            if (report.round == 0) {
+                m_progressBar1->setValue(report.page);
+            }
             Q_EMIT pageWritten(report.page, report.ok);
         },
-        [] { QCoreApplication::processEvents(); });
+        [] { QCoreApplication::processEvents(); }, m_check1 ? KeyWriter::kRewriteRounds : 0);
     m_writing = false;
     m_command1->setEnabled(true);
 
     m_progressBar1->hide();
     setStatusText(result.checkText());
     if (result.checkOk()) {
-        // Checked good: the key is written, whether the window then closes itself or is closed.
+        // Checked good: the key is written, whether the window then closes itself or is closed. A page
+        // that failed on the way has been made good since, by a rewrite or by the key already holding it.
         m_keyWritten = true;
+        setStatusColor(kGreen);
+        m_ladercmd->hide();
     } else {
         setStatusColor(kRed);
         m_label4->setToolTip(result.failureText());
@@ -278,7 +283,8 @@ void ProbeWindow::runWrite() {
         reject();
         return;
     }
-    if (!result.closes(m_check1)) {
+    if (!result.checkOk()) {
+        // A key that demonstrably does not hold the image never lets the reader look programmed.
         m_ladercmd->show();
         return;
     }

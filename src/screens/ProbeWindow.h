@@ -17,7 +17,8 @@ class TickSource;
 class Ticker;
 
 // probfrm: waits for a DS1993 or DS1994 on the probe, writes the reader's programming image into it
-// page by page, reads it back and closes itself two seconds later. Object names are the control names.
+// page by page, reads it back and closes itself two seconds after "Controle OK". A failed check keeps it
+// open in red with "Opnieuw". Object names are the control names.
 class ProbeWindow : public QDialog {
     Q_OBJECT
 
@@ -35,7 +36,8 @@ public:
         LoadedRecord built;
     };
 
-    // imagePath: the reader's autonoom.hex. check1: a failed check keeps the window open for "Opnieuw".
+    // imagePath: the reader's autonoom.hex. check1: pages that still differ after the check are written
+    // again before the run counts as failed.
     // ticks: what drives Timer2 and Timer3; real timers when null.
     ProbeWindow(DowIo& dow, const QString& imagePath, bool check1, TickSource* ticks = nullptr,
                 QWidget* parent = nullptr);
@@ -59,7 +61,8 @@ public:
 Q_SIGNALS:
     // Command1 "I/O poort instellen".
     void portSettingsRequested();
-    // After each page, ok false when its scratchpad could not be written.
+    // After each page, and after each page written again with check1; ok false when its scratchpad
+    // could not be written.
     void pageWritten(int page, bool ok);
 
 private:

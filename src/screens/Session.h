@@ -33,8 +33,8 @@ public:
 
     // The chosen location's folder below bestanden, as stored (it is trimmed wherever it is used).
     QString subdir;
-    // Setting check1 of section opties, read once at start: a programming key whose check failed keeps
-    // the probe window open for "Opnieuw" instead of closing it.
+    // Setting check1 of section opties, read once at start: pages of a programming key that still
+    // differ after the check are written again (a few times) before the probe window turns red.
     bool check1 = false;
     // What drives the windows' timers; real timers when null (tests hand in a manual clock's).
     TickSource* ticks = nullptr;

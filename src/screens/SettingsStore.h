@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 #include <memory>
 
 class QSettings;
@@ -22,8 +23,9 @@ public:
     // Creates the section and key as needed and overwrites an earlier value.
     void save(const QString& section, const QString& key, const QString& value);
 
-    static QString keyPath(const QString& section, const QString& key);
-
 private:
+    // "section/key" paths of every stored spelling of the key, in the store's order.
+    QStringList spellings(const QString& section, const QString& key) const;
+
     std::unique_ptr<QSettings> m_settings;
 };

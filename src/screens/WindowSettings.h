@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QRect>
 #include <QString>
 
 class QHeaderView;
@@ -29,8 +30,13 @@ void restoreColumnWidths(QHeaderView* header, const SettingsStore& store, const 
                          int first, int last, const QString& defaultText);
 void saveColumnWidths(const QHeaderView* header, SettingsStore& store, const QString& section, int first, int last);
 
+// A window's rectangle in pixels, made to fit the available area: no larger than it, then moved
+// inside it.
+QRect fitOnScreen(double x, double y, double width, double height, const QRect& available);
+
 // Left, top, height and width of the window's section (defaults 200, 1000, 3500, 9000).
-// withLeft false keeps the left edge the windowing system gives, as the access window does.
+// withLeft false keeps the left edge the windowing system gives, as the access window does. The
+// rectangle is fitted to the available area of the screen it is on.
 void restoreGeometry(QWidget* window, const SettingsStore& store, const QString& section, bool withLeft = true);
 // Writes nothing unless the window is in its normal state; returns whether it wrote.
 bool saveGeometry(const QWidget* window, SettingsStore& store, const QString& section);

@@ -1,4 +1,6 @@
+#include <QGuiApplication>
 #include <QHeaderView>
+#include <QScreen>
 #include <QStandardItemModel>
 #include <QTableView>
 #include <QTemporaryDir>
@@ -30,6 +32,44 @@ private Q_SLOTS:
         // An empty stored value is a value, not a missing key.
         store.save("startfrm", "subdir", "");
         QCOMPARE(store.get("startfrm", "subdir", "x"), QString(""));
+    }
+
+    // An INI file edited by hand spells sections and keys its own way; they are found and kept, and no
+    // second section is appended beside them.
+    void handWrittenNamesFoundWhateverTheirCase() {
+        const QString path = iniPath("byhand.ini");
+        {
+            QFile file(path);
+            QVERIFY(file.open(QIODevice::WriteOnly));
+            file.write(
+                "[FG2]\nColWidth(0)=1234\ncolwidth(1)=50\n\n[StartFrm]\nPOORT=2\n\n"
+                "[fg2]\ncolwidth(1)=60\n");
+        }
+        {
+            SettingsStore store(path);
+            QCOMPARE(store.get("FG2", "colwidth(0)", "900"), QString("1234"));
+            QCOMPARE(store.get("startfrm", "poort", ""), QString("2"));
+            store.save("FG2", "colwidth(0)", "777");
+            store.save("startfrm", "poort", "1");
+            store.save("FG2", "colwidth(5)", "300");
+            // A key stored in two spellings of its section ends up in one.
+            store.save("FG2", "colwidth(1)", "70");
+            QCOMPARE(store.get("fg2", "colwidth(1)", "?"), QString("70"));
+        }
+        SettingsStore again(path);
+        QCOMPARE(again.get("fg2", "COLWIDTH(0)", "?"), QString("777"));
+        QCOMPARE(again.get("startfrm", "poort", ""), QString("1"));
+        QCOMPARE(again.get("FG2", "colwidth(5)", "?"), QString("300"));
+        QCOMPARE(again.get("FG2", "colwidth(1)", "?"), QString("70"));
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QString text = QString::fromLatin1(file.readAll());
+        QCOMPARE(text.count(QStringLiteral("[FG2]"), Qt::CaseInsensitive), 1);
+        QCOMPARE(text.count(QStringLiteral("[StartFrm]"), Qt::CaseInsensitive), 1);
+        QCOMPARE(text.count(QStringLiteral("poort="), Qt::CaseInsensitive), 1);
+        QCOMPARE(text.count(QStringLiteral("colwidth(1)="), Qt::CaseInsensitive) +
+                     text.count(QStringLiteral("colwidth%281%29="), Qt::CaseInsensitive),
+                 1);
     }
 
     void valuesSurviveANewStore() {
@@ -118,6 +158,54 @@ private Q_SLOTS:
         QCOMPARE(store.get("persoonfrm", "startuplft", "?"), QString("1440"));
         window.setWindowState(Qt::WindowMinimized);
         QVERIFY(!saveGeometry(&window, store, "persoonfrm"));
+    }
+
+    void fittedOnScreen_data() {
+        QTest::addColumn<QRectF>("wanted");
+        QTest::addColumn<QRect>("fitted");
+        QTest::newRow("inside stays") << QRectF(113, 67, 600, 233) << QRect(113, 67, 600, 233);
+        QTest::newRow("too wide") << QRectF(13, 67, 2147483648.0, 233) << QRect(100, 67, 800, 233);
+        QTest::newRow("too tall and low") << QRectF(113, 1e12, 600, 1e12) << QRect(113, 50, 600, 600);
+        QTest::newRow("off to the right") << QRectF(5000, 67, 600, 233) << QRect(300, 67, 600, 233);
+        QTest::newRow("off to the top left") << QRectF(-4000, -70, 600, 233) << QRect(100, 50, 600, 233);
+        QTest::newRow("negative size") << QRectF(13, 67, -600, -1) << QRect(100, 67, 0, 0);
+    }
+    void fittedOnScreen() {
+        QFETCH(QRectF, wanted);
+        QFETCH(QRect, fitted);
+        const QRect available(100, 50, 800, 600);
+        QCOMPARE(fitOnScreen(wanted.x(), wanted.y(), wanted.width(), wanted.height(), available), fitted);
+    }
+
+    // A width of 2147483648 twips once took 15 GB and was written back at the next close.
+    void geometryThatDoesNotFitIsFittedAndNotSavedBack() {
+        SettingsStore store(iniPath("huge.ini"));
+        store.save("startfrm", "width", "2147483648");
+        store.save("startfrm", "height", "1e300");
+        store.save("startfrm", "startuplft", "-99999999999");
+        store.save("startfrm", "startuptop", "nan");
+        store.save("FG2", "colwidth(1)", "2147483648");
+        store.save("FG2", "colwidth(3)", "inf");
+        QWidget window;
+        restoreGeometry(&window, store, "startfrm");
+        const QRect available = window.screen()->availableGeometry();
+        QVERIFY(available.contains(window.geometry()));
+        QCOMPARE(window.size(), available.size());
+
+        QStandardItemModel model(1, 6);
+        QTableView view(&window);
+        view.setModel(&model);
+        QHeaderView* header = view.horizontalHeader();
+        restoreColumnWidths(header, store, "FG2", MinWidthRule::Columns2To4, 0, 5, "900");
+        QCOMPARE(header->sectionSize(1), available.width());
+        QCOMPARE(header->sectionSize(3), twipsToPixels(200, header->logicalDpiX()));
+
+        QVERIFY(saveGeometry(&window, store, "startfrm"));
+        saveColumnWidths(header, store, "FG2", 0, 5);
+        QCOMPARE(store.get("startfrm", "width", "?").toDouble(),
+                 pixelsToTwips(available.width(), window.logicalDpiX()));
+        QCOMPARE(store.get("FG2", "colwidth(1)", "?").toDouble(),
+                 pixelsToTwips(available.width(), header->logicalDpiX()));
     }
 
     void accessWindowKeepsItsLeftEdge() {

@@ -85,6 +85,10 @@ private Q_SLOTS:
         QTest::newRow("start 3: nothing") << 1 << QStringList{"start 3"} << QStringList{"open 3"};
         QTest::newRow("start keeps the number")
             << 1 << QStringList{"start "} << QStringList{"enable 760-767", "open 2"};
+        QTest::newRow("start, no number keeps it")
+            << 1 << QStringList{"start Com1"} << QStringList{"enable 760-767", "open 2"};
+        QTest::newRow("start, number and text keeps it")
+            << 1 << QStringList{"start 1a"} << QStringList{"enable 760-767", "open 2"};
         QTest::newRow("start, not NT") << 0 << QStringList{"start 2"} << QStringList{"open 2"};
         QTest::newRow("dialog, Com1") << 1 << QStringList{"dialog", "choose 1"}
                                       << released + QStringList{"close", "open 1", "enable 1016-1023"};

@@ -4,6 +4,8 @@
 
 #include <QTest>
 
+#include <algorithm>
+#include <bit>
 #include <set>
 
 namespace {
@@ -82,6 +84,10 @@ private Q_SLOTS:
             << "DS1990A:021CB801000000A3" << 0x0F << QByteArray::fromHex("021CB801000000A3");
         QTest::newRow("old ds1990 33") << "ds1990:0112345678ABCD" << 0x33 << QByteArray();
         QTest::newRow("old ds1990 0F") << "ds1990:0112345678ABCD" << 0x0F << QByteArray::fromHex("0112345678ABCD72");
+        QTest::newRow("ds1993 33") << "ds1993:06A1B2C3D4E5F6" << 0x33 << QByteArray::fromHex("06A1B2C3D4E5F63C");
+        // The memory keys' data sheets list 0x33 alone.
+        QTest::newRow("ds1993 0F") << "ds1993:06A1B2C3D4E5F6" << 0x0F << QByteArray();
+        QTest::newRow("ds1994 0F") << "ds1994:04A1B2C3D4E5F6" << 0x0F << QByteArray();
     }
 
     void readRom() {
@@ -152,6 +158,60 @@ private Q_SLOTS:
         transaction("\xCC\x55" + authorisation, 1);
         QCOMPARE(transaction("\xCC\xF0" + address, 514 - target), expected.mid(target) + QByteArray(2, kOne));
         QCOMPARE(key->endingStatus(), uint8_t(copied ? status | VirtualIButtonMemory::kFlagAa : status));
+    }
+
+    // Noise spoils what the master reads in a 1-slot and nothing else: the key takes every slot as sent,
+    // and a read slot in which the key holds the line low stays a 0.
+    void echoNoise_data() {
+        QTest::addColumn<double>("rate");
+        QTest::addColumn<int>("reads");
+        QTest::newRow("every 1-slot") << 1.0 << 1;
+        QTest::newRow("1 in 1,000") << 0.001 << 40;
+        QTest::newRow("none") << 0.0 << 4;
+    }
+
+    void echoNoise() {
+        QFETCH(double, rate);
+        QFETCH(int, reads);
+        VirtualIButton* key = m_probe->insertKey(makeKey("ds1993:06A1B2C3D4E5F6"));
+        const QByteArray memory = pattern(512, 11);
+        key->setMemory(memory);
+        m_probe->setEchoNoise(rate, 7);
+        const QByteArray data = pattern(32, 5);
+        QVERIFY(resetFindsKey());
+        const QByteArray sent = slotsFor(QByteArray("\xCC\x0F\x20\x00", 4) + data);
+        const QByteArray echoes = exchange(sent);
+        QCOMPARE(echoes.size(), sent.size());
+        for (int i = 0; i < sent.size(); ++i) {
+            if (sent[i] == kZero) {
+                QCOMPARE(echoes[i], kZero);
+            } else if (rate == 1.0) {
+                QVERIFY(echoes[i] != kOne);
+            }
+        }
+        QCOMPARE(key->scratchpad(), data);
+
+        int wrongBits = 0;
+        int ones = 0;
+        for (int read = 0; read < reads; ++read) {
+            const QByteArray seen = transaction(QByteArray("\xCC\xF0\x00\x00", 4), 512);
+            for (int i = 0; i < 512; ++i) {
+                ones += std::popcount(uint8_t(memory[i]));
+                QCOMPARE(uint8_t(seen[i]) & ~uint8_t(memory[i]), 0);  // never a 1 the key does not send
+                wrongBits += std::popcount(uint8_t(seen[i] ^ memory[i]));
+            }
+        }
+        QCOMPARE(key->memory(), memory);
+        if (rate == 0.0) {
+            QCOMPARE(m_probe->noisyEchoes(), 0);
+            QCOMPARE(wrongBits, 0);
+        } else if (rate == 1.0) {
+            QCOMPARE(wrongBits, ones);
+        } else {
+            // Some 80,000 1s read, some 80 of them spoilt.
+            QVERIFY2(wrongBits >= ones * rate / 2 && wrongBits <= ones * rate * 3 / 2,
+                     qPrintable(QStringLiteral("%1 of %2").arg(wrongBits).arg(ones)));
+        }
     }
 
     void searchRom_data() {

@@ -82,6 +82,11 @@ private Q_SLOTS:
                                           << "FWFW";
         QTest::newRow("tick: bad CRC") << -keyCode << "ds1990a:01A1B2C3D4E5F600"
                                        << "WWWW";
+        // A programming key is read on the 0x33 tick only.
+        QTest::newRow("DS1993 key code on the 0x33 read") << keyCode << "ds1993:06A1B2C3D4E5F6"
+                                                          << "WWWFWW";
+        QTest::newRow("DS1994 key code on the 0x33 read") << keyCode << "ds1994:04A1B2C3D4E5F6"
+                                                          << "WWWFWWWF";
     }
 
     void ticks() {

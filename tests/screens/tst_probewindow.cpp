@@ -97,9 +97,9 @@ void TestProbeWindow::cleanup() {
 void TestProbeWindow::writesKey_data() {
     QTest::addColumn<bool>("check1");
     QTest::addColumn<bool>("retry");
-    QTest::newRow("failed check closes anyway") << false << false;
-    QTest::newRow("check1 keeps it open for Opnieuw") << true << true;
-    QTest::newRow("Opnieuw takes back the closing") << false << true;
+    QTest::newRow("failed check stays open in red") << false << false;
+    QTest::newRow("Opnieuw writes the key again") << false << true;
+    QTest::newRow("check1 writes the lost page again") << true << false;
 }
 
 // A DS1990A is refused; the DS1993 touched next is taken without "Opnieuw" but is off the probe at page 5.
@@ -132,18 +132,38 @@ void TestProbeWindow::writesKey() {
         }
     });
 
-    QVERIFY(advanceUntil([&] { return child("Label4")->text() == QStringLiteral("Controle mislukt"); }, 10000));
-    QCOMPARE(pages, page5Failed);
-    QCOMPARE(status(), QColor(Qt::red));
-    QVERIFY(child("Label4")->toolTip().contains(QStringLiteral("Pagina 5")));
+    QVERIFY(advanceUntil([&] { return child("Label4")->text().startsWith(QLatin1String("Controle")); }, 10000));
     const QByteArray expected = expectedMemory();
-    const QByteArray memory = m->probe.key(0)->memory();
-    QCOMPARE(memory.left(128) + memory.mid(160), expected.left(128) + expected.mid(160));
-    QVERIFY(memory.mid(128, 32) != expected.mid(128, 32));
-    QCOMPARE(child<Ticker>("Timer3")->isActive(), !check1);
+    if (check1) {
+        QCOMPARE(pages, page5Failed + QStringLiteral("5 "));
+        QCOMPARE(child("Label4")->text(), QStringLiteral("Controle OK"));
+        QCOMPARE(status(), QColor(Qt::green));
+        QCOMPARE(m->probe.key(0)->memory(), expected);
+        QVERIFY(child<QPushButton>("ladercmd")->isHidden());
+    } else {
+        QCOMPARE(child("Label4")->text(), QStringLiteral("Controle mislukt"));
+        QCOMPARE(pages, page5Failed);
+        QCOMPARE(status(), QColor(Qt::red));
+        QVERIFY(child("Label4")->toolTip().contains(QStringLiteral("Pagina 5")));
+        const QByteArray memory = m->probe.key(0)->memory();
+        QCOMPARE(memory.left(128) + memory.mid(160), expected.left(128) + expected.mid(160));
+        QVERIFY(memory.mid(128, 32) != expected.mid(128, 32));
+        // The key demonstrably does not hold the image: the window waits for "Opnieuw" however long.
+        QVERIFY(!child<Ticker>("Timer3")->isActive());
+        QVERIFY(child<QPushButton>("ladercmd")->isVisible());
+        m->ticks.advance(std::chrono::milliseconds(ProbeWindow::kCloseDelayMs * 3));
+        QVERIFY(m->window->isVisible());
+        QCOMPARE(status(), QColor(Qt::red));
+        QVERIFY(!m->window->keyWritten());
+    }
+    if (!check1 && !retry) {
+        m->window->close();
+        QVERIFY(!m->window->keyWritten());
+        return;
+    }
 
     if (retry) {
-        // The key is presented again only after the closing delay of the failed run has passed.
+        // Presented again only after longer than the closing delay: nothing closes the window meanwhile.
         std::unique_ptr<VirtualIButton> key = m->probe.removeKey(m->probe.key(0));
         QTest::mouseClick(child<QPushButton>("ladercmd"), Qt::LeftButton);
         m->ticks.advance(std::chrono::milliseconds(ProbeWindow::kCloseDelayMs + 300));
@@ -158,9 +178,6 @@ void TestProbeWindow::writesKey() {
         QCOMPARE(child("Label4")->text(), QStringLiteral("Controle OK"));
         QCOMPARE(status(), QColor(Qt::green));
         QCOMPARE(m->probe.key(0)->memory(), expected);
-        if (check1) {
-            return;
-        }
     }
     const Clock::Time runEnded = m->clock.now();
     QVERIFY(advanceUntil([&] { return !m->window->isVisible(); }, 4000));
@@ -215,15 +232,20 @@ void TestProbeWindow::waitsForProbeKeyAndImage() {
 
 void TestProbeWindow::checkedKeyCountsHoweverTheWindowCloses_data() {
     QTest::addColumn<int>("takenOffAfterPage");  // 0: left on the probe
+    QTest::addColumn<double>("noise");
     QTest::addColumn<bool>("written");
-    QTest::newRow("Controle OK, closed before the window closes itself") << 0 << true;
-    QTest::newRow("key taken off, closed") << 8 << false;
+    QTest::newRow("Controle OK, closed before the window closes itself") << 0 << 0.0 << true;
+    QTest::newRow("key taken off, closed") << 8 << 0.0 << false;
+    // A whole read-back of 512 bytes comes through this noise clean about one time in eight.
+    QTest::newRow("Controle OK under echo noise of 1 in 1,000") << 0 << 0.001 << true;
 }
 
 void TestProbeWindow::checkedKeyCountsHoweverTheWindowCloses() {
     QFETCH(int, takenOffAfterPage);
+    QFETCH(double, noise);
     QFETCH(bool, written);
     VirtualIButton* key = insertKey(QStringLiteral("ds1993:06A1B2C3D4E5F6"));
+    m->probe.setEchoNoise(noise);
     open();
     m->window->setReader(3, QStringLiteral("Hoofdingang"));
     QLabel* reader = child("lezerlbl");
