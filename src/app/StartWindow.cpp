@@ -19,9 +19,11 @@
 #include "onewire/DowIo.h"
 #include "onewire/QtSerialLine.h"
 #include "onewire/SerialLine.h"
+#include "records/ChangeLog.h"
 #include "records/DataFolder.h"
 #include "records/FolderName.h"
 #include "screens/AccessWindow.h"
+#include "screens/ChangeLogWindow.h"
 #include "screens/LocationWindow.h"
 #include "screens/MessageBox.h"
 #include "screens/PlaceholderWindow.h"
@@ -67,12 +69,13 @@ StartWindow::StartWindow(Session& session, QWidget* parent) : QMainWindow(parent
     QPushButton* locaties = addButton(QStringLiteral("locatiebtn"), QStringLiteral("Locaties"));
     QPushButton* personen = addButton(QStringLiteral("persoonbtn"), QStringLiteral("Sleutelhouders"));
     QPushButton* wissen = addButton(QStringLiteral("wiscmd"), QStringLiteral("Verwijderen"));
+    QPushButton* logboek = addButton(QStringLiteral("logboekbtn"), QStringLiteral("Logboek"));
     QPushButton* versie = addButton(QStringLiteral("optiebtn"), QStringLiteral("Versie"));
     auto* spacer = new QWidget(m_buttonRow);
     spacer->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
     m_cmdHelp = addButton(QStringLiteral("CmdHelp"), kHelpCaption);
     QPushButton* einde = addButton(QStringLiteral("cancelbtn"), QStringLiteral("Einde"));
-    for (QPushButton* b : {locaties, personen, wissen, versie}) {
+    for (QPushButton* b : {locaties, personen, wissen, logboek, versie}) {
         m_buttonRow->addWidget(b);
     }
     m_buttonRow->addWidget(spacer);
@@ -117,6 +120,7 @@ StartWindow::StartWindow(Session& session, QWidget* parent) : QMainWindow(parent
     connect(locaties, &QPushButton::clicked, this, &StartWindow::openLocations);
     connect(personen, &QPushButton::clicked, this, [this] { showAccessWindow(0); });
     connect(wissen, &QPushButton::clicked, m_grid, &ReaderGrid::wiscmd_Click);
+    connect(logboek, &QPushButton::clicked, this, &StartWindow::openChangeLog);
     connect(poort, &QPushButton::clicked, this, &StartWindow::openPortDialog);
     connect(versie, &QPushButton::clicked, this, [this] {
         if (!m_about) {
@@ -145,6 +149,7 @@ StartWindow::~StartWindow() {
     Form_Unload();
     delete m_locations;
     delete m_access;
+    delete m_changeLog;
 }
 
 QPushButton* StartWindow::addButton(const QString& objectName, const QString& caption) {
@@ -202,6 +207,10 @@ void StartWindow::keyProgrammed(const ProbeWindow::Outcome& outcome) {
     if (outcome.written) {
         m_grid->clearFlag(outcome.readerNumber, outcome.built);
     }
+    for (const QString& check : outcome.runs) {
+        m_session.logChange(ChangeLog::keyWritten(outcome.readerNumber, outcome.readerName, outcome.keyCount, check),
+                            this);
+    }
     if (!m_grid->editorOpen()) {
         m_grid->fg2_laden();
     }
@@ -244,8 +253,8 @@ void StartWindow::Form_Unload() {
         store.save(kSection, QStringLiteral("poort"), QString::number(m_session.line().portNumber()));
     }
     m_session.dowIo().shutdown();
-    for (QWidget* window :
-         std::initializer_list<QWidget*>{m_portDialog, m_about, m_locations, m_access, m_simulatedProbeWindow}) {
+    for (QWidget* window : std::initializer_list<QWidget*>{m_portDialog, m_about, m_locations, m_access, m_changeLog,
+                                                           m_simulatedProbeWindow}) {
         if (window) {
             window->close();
         }
@@ -361,6 +370,20 @@ LocationWindow* StartWindow::openLocations() {
     m_locations->raise();
     m_locations->activateWindow();
     return m_locations;
+}
+
+ChangeLogWindow* StartWindow::openChangeLog() {
+    if (!m_changeLog) {
+        // A window of its own: it may stay open beside the list while changes are made.
+        m_changeLog = new ChangeLogWindow(m_session);
+        m_changeLog->setAttribute(Qt::WA_DeleteOnClose);
+    } else {
+        m_changeLog->laden();
+    }
+    m_changeLog->show();
+    m_changeLog->raise();
+    m_changeLog->activateWindow();
+    return m_changeLog;
 }
 
 void StartWindow::showLocation(const QString& name) {

@@ -9,6 +9,7 @@
 class AboutDialog;
 class LocationWindow;
 class AccessWindow;
+class ChangeLogWindow;
 class PlaceholderWindow;
 class PortDialog;
 class QLabel;
@@ -46,6 +47,8 @@ public:
     // Locatiefrm, modal; a location chosen there becomes the one the reader list shows.
     LocationWindow* openLocations();
     void updateStatusLine();
+    // logboekfrm: the current location's change log, newest first.
+    ChangeLogWindow* openChangeLog();
 
 Q_SIGNALS:
     // The window has unloaded: the program ends.
@@ -83,5 +86,6 @@ private:
     QPointer<AboutDialog> m_about;
     QPointer<LocationWindow> m_locations;
     QPointer<AccessWindow> m_access;
+    QPointer<ChangeLogWindow> m_changeLog;
     QPointer<QWidget> m_simulatedProbeWindow;
 };

@@ -44,3 +44,17 @@ Status BitFind(QByteArray& map, int n, int& mode) {
     }
     return {};
 }
+
+QByteArray withoutReader(const QByteArray& map, int n) {
+    if (n < 0 || n >= KeyHolder::kMaxReaders || map.size() != KeyHolder::kMapBytes) {
+        return map;
+    }
+    auto bit = [&map](int i) { return (static_cast<quint8>(map[i / 8]) >> (i % 8)) & 1; };
+    QByteArray shifted(KeyHolder::kMapBytes, '\0');
+    for (int i = 0; i < KeyHolder::kMaxReaders - 1; ++i) {
+        if (bit(i < n ? i : i + 1)) {
+            shifted[i / 8] = static_cast<char>(shifted[i / 8] | (1 << (i % 8)));
+        }
+    }
+    return shifted;
+}

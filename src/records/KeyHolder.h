@@ -56,3 +56,8 @@ private:
 // the bit is set, 0 when it is clear. A reader number outside 0..127 or a map that is not 16 bytes is
 // refused with a message, map and mode untouched.
 Status BitFind(QByteArray& map, int n, int& mode);
+
+// map with reader n (from 0) taken out: the bits of the readers behind it move down one place, and the
+// last reader's bit ends clear. What a map must become when reader record n + 1 is deleted, for every
+// other reader to keep its own access. n outside 0..127 or a map that is not 16 bytes gives map as it is.
+QByteArray withoutReader(const QByteArray& map, int n);

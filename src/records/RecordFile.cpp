@@ -179,6 +179,10 @@ Status RecordFile::remove(int n, const LoadedRecord& loaded) const {
     if (const Status locked = lock.lock(m_path); !locked) {
         return locked;
     }
+    return remove(lock, n, loaded);
+}
+
+Status RecordFile::remove(const FolderLock& lock, int n, const LoadedRecord& loaded) const {
     if (const Status writable = PlainFile::checkWritable(m_path); !writable) {
         return writable;
     }

@@ -8,6 +8,7 @@
 #include "records/Result.h"
 
 class FileOps;
+class FolderLock;
 
 // What a window loaded at a record number, to be found there unchanged before a change of that record
 // is written or the record is deleted: another program on the same folder may have changed the file
@@ -75,6 +76,9 @@ public:
     // old one or the whole new one. n outside 1..count is refused; a record at n that is not what loaded
     // says is a conflict, and nothing is deleted.
     Status remove(int n, const LoadedRecord& loaded = {}) const;
+    // The same under the folder's lock, which the caller holds already (to change another file of the
+    // folder with it).
+    Status remove(const FolderLock& held, int n, const LoadedRecord& loaded = {}) const;
 
     // Makes the file hold exactly content, built beside it and renamed over it.
     Status replaceWith(const QByteArray& content) const;

@@ -6,6 +6,7 @@
 #include <QMouseEvent>
 #include <QScrollBar>
 
+#include "records/ChangeLog.h"
 #include "records/KeyHolderFile.h"
 #include "records/ReaderFile.h"
 #include "screens/CellEditor.h"
@@ -37,6 +38,18 @@ QList<MapChange> stepFrom(Colour shown) {
             return {{kClear, kToegang}, {kClear, kWijziging}};
     }
     return {};
+}
+
+ChangeLog::Access accessOf(Colour colour) {
+    switch (colour) {
+        case Colour::Green:
+            return ChangeLog::Access::Granted;
+        case Colour::Blue:
+            return ChangeLog::Access::Withdrawn;
+        case Colour::White:
+            break;
+    }
+    return ChangeLog::Access::None;
 }
 
 int fieldWidth(int column) {
@@ -144,18 +157,31 @@ void AccessGrid::stepCell(const QModelIndex& cell) {
     }
     KeyHolderFile file(m_session.dataFolder(), m_session.fileOps);
     const int record = m_model->recordNumber(row);
+    const Colour before = m_model->colour(row, reader);
+    const QString readerName = m_model->readerName(reader);
+    // Told as the cell now stands, once anything landed: a second call that fails leaves the first's
+    // change on disk.
+    auto logStep = [&] {
+        const Colour after = m_model->colour(row, reader);
+        if (after != before) {
+            m_session.logChange(
+                ChangeLog::accessChanged(record, m_model->holder(row), reader + 1, readerName, accessOf(after)), this);
+        }
+    };
     // Each call must find the holder as the row shows it: one that another program changed or removed
     // since the grid was read would take a change meant for someone else.
-    for (const MapChange& change : stepFrom(m_model->colour(row, reader))) {
+    for (const MapChange& change : stepFrom(before)) {
         const Result<KeyHolder> stepped =
             file.record_update(reader, record, change.mode, change.selector, m_today(), m_model->holder(row));
         if (!stepped) {
+            logStep();
             // Whatever landed shows after the reload, also when a second call failed after the first.
             reportAndReload(stepped.error);
             return;
         }
         m_model->setHolder(row, stepped.value);
     }
+    logStep();
 }
 
 void AccessGrid::Fg3_Click(const QModelIndex& cell) {
@@ -237,5 +263,7 @@ void AccessGrid::record_save(const QModelIndex& cell, const QString& text) {
         reportAndReload(saved.error);
         return;
     }
+    const KeyHolder before = m_model->holder(row);
     m_model->setHolder(row, saved.value);
+    m_session.logChange(ChangeLog::keyHolderEdited(m_model->recordNumber(row), before, saved.value), this);
 }

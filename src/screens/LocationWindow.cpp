@@ -6,6 +6,7 @@
 #include <QPushButton>
 #include <QScopedValueRollback>
 
+#include "records/ChangeLog.h"
 #include "records/DataFolder.h"
 #include "records/FolderName.h"
 #include "screens/CellEditor.h"
@@ -245,6 +246,7 @@ void LocationWindow::chooseLocation(int row) {
     }
     m_session.subdir = folder;
     const QString name = m_model->cell(row, nameColumn()).trimmed();
+    m_session.logChange(ChangeLog::locationChosen(name, folder), this);
     close();
     Q_EMIT locationChosen(name);
 }

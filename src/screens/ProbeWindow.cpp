@@ -147,6 +147,9 @@ ProbeWindow::Outcome ProbeWindow::programKey(Session& session, int readerNumber,
     outcome.opened = true;
     outcome.written = window.keyWritten();
     outcome.built = built.reader;
+    outcome.readerName = built.readerName;
+    outcome.keyCount = built.keyCount;
+    outcome.runs = window.runs();
     return outcome;
 }
 
@@ -267,6 +270,7 @@ void ProbeWindow::runWrite() {
     m_command1->setEnabled(true);
 
     m_progressBar1->hide();
+    m_runs.append(result.checkText());
     setStatusText(result.checkText());
     if (result.checkOk()) {
         // Checked good: the key is written, whether the window then closes itself or is closed. A page

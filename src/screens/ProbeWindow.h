@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QDialog>
+#include <QStringList>
 
 #include <functional>
 
@@ -34,6 +35,11 @@ public:
         int readerNumber = 0;
         // The reader's record as the image left it: its mark may go only while the disk still holds it.
         LoadedRecord built;
+        // What the image holds, for the log.
+        QString readerName;
+        int keyCount = 0;
+        // The check's text of each run that wrote a key, in order ("Opnieuw" runs again).
+        QStringList runs;
     };
 
     // imagePath: the reader's autonoom.hex. check1: pages that still differ after the check are written
@@ -55,6 +61,8 @@ public:
     bool writing() const { return m_writing; }
     // A run's check said OK, or the window closed itself after a run.
     bool keyWritten() const { return m_keyWritten; }
+    // The check's text of each finished run.
+    const QStringList& runs() const { return m_runs; }
 
     void done(int result) override;
 
@@ -82,6 +90,7 @@ private:
     bool m_writing = false;
     bool m_keyWritten = false;
     bool m_closeRequested = false;
+    QStringList m_runs;
 
     QLabel* m_lezerlbl;
     QLabel* m_label1;

@@ -2,11 +2,15 @@
 
 #include <QHeaderView>
 
+#include "records/ChangeLog.h"
 #include "records/ReaderFile.h"
+#include "records/ReaderRemoval.h"
 #include "screens/CellEditor.h"
+#include "screens/MessageBox.h"
 #include "screens/ReaderListModel.h"
 #include "screens/ReaderRow.h"
 #include "screens/Session.h"
+#include "screens/SettingsStore.h"
 
 namespace {
 using Col = ReaderListModel::Column;
@@ -14,6 +18,10 @@ using Col = ReaderListModel::Column;
 constexpr int kNameWidth = 20;
 constexpr int kCodeWidth = 6;
 constexpr int kLongestRelayTime = 60;
+
+// The cells whose change the log tells, by their headings.
+constexpr Col kLoggedColumns[] = {Col::ColName, Col::ColKeyCount, Col::ColCode,
+                                  Col::ColLed,  Col::ColRelay,    Col::ColTime};
 
 QStringList relayTimes() {
     QStringList seconds;
@@ -124,12 +132,65 @@ bool ReaderGrid::record_save(int row) {
     }
     if (saved.value) {
         const bool appended = m_model->isNewReaderRow(row);
+        const int number = m_model->readerNumber(row);
+        const std::optional<Reader> before =
+            appended ? std::nullopt : std::optional<Reader>(*m_model->loadedReader(row));
         m_model->setLoaded(row, *saved.value);
         if (appended) {
             m_model->appendNewReaderRow();
         }
+        m_session.logChange(
+            before ? changeText(number, *before, *saved.value) : ChangeLog::readerAdded(number, *saved.value), this);
     }
     return true;
+}
+
+QString ReaderGrid::changeText(int number, const Reader& before, const Reader& after) const {
+    const QStringList was = ReaderListModel::rowTexts(number, before);
+    const QStringList now = ReaderListModel::rowTexts(number, after);
+    QList<ChangeLog::FieldChange> changes;
+    for (const Col column : kLoggedColumns) {
+        if (was.at(column) != now.at(column)) {
+            changes.append({m_model->headerData(column, Qt::Horizontal).toString(), was.at(column), now.at(column)});
+        }
+    }
+    // A save that changed nothing shown only tells when it put the red cross on.
+    if (changes.isEmpty() && (before.isChanged() || !after.isChanged())) {
+        return {};
+    }
+    return ChangeLog::readerEdited(number, before.lezerNaam(), changes);
+}
+
+bool ReaderGrid::shiftsAccess() const {
+    return m_session.settings()
+               .get(QStringLiteral("opties"), QStringLiteral("verschuif"), QStringLiteral("0"))
+               .trimmed() == QLatin1String("1");
+}
+
+QString ReaderGrid::deleteWarning(int number, const QString& name, int readerCount, bool shift) {
+    const QString trimmed = name.trimmed();
+    QString text = trimmed.isEmpty() ? QStringLiteral("Lezer %1 verdwijnt.").arg(number)
+                                     : QStringLiteral("Lezer %1 \"%2\" verdwijnt.").arg(number).arg(trimmed);
+    const int first = number + 1;
+    if (first > readerCount) {
+        return text + QStringLiteral(" Er komen geen lezers na; er verschuift niets.");
+    }
+    const QString moving = first == readerCount
+                               ? QStringLiteral(" Lezer %1 schuift op naar %2").arg(first).arg(number)
+                               : QStringLiteral(" De lezers %1 tot en met %2 schuiven op naar %3 tot en met %4")
+                                     .arg(first)
+                                     .arg(readerCount)
+                                     .arg(number)
+                                     .arg(readerCount - 1);
+    const bool one = first == readerCount;
+    if (shift) {
+        return text + moving +
+               QStringLiteral("; de toegang van de sleutelhouders schuift mee. Controleer %1.")
+                   .arg(one ? QStringLiteral("hem") : QStringLiteral("ze"));
+    }
+    return text + moving +
+           (one ? QStringLiteral(" en krijgt de toegang van zijn voorganger: controleer hem.")
+                : QStringLiteral(" en krijgen de toegang van hun voorganger: controleer ze."));
 }
 
 void ReaderGrid::wiscmd_Click() {
@@ -139,19 +200,35 @@ void ReaderGrid::wiscmd_Click() {
     // reader the user was asked about.
     const bool newReaderRow = m_model->isNewReaderRow(row);
     const LoadedRecord seen = m_model->loaded(row);
-    if (!confirm(QStringLiteral("Locatie gegevens weggooien"),
-                 QStringLiteral("Wissen regel ") + m_model->cell(row, Col::ColNumber))) {
+    const Reader* loaded = m_model->loadedReader(row);
+    const Reader reader = loaded ? *loaded : Reader();
+    const int readerCount = m_model->rowCount() - 1;
+    const bool shift = shiftsAccess();
+    QString question = QStringLiteral("Wissen regel ") + m_model->cell(row, Col::ColNumber);
+    if (!newReaderRow) {
+        question += QLatin1Char('\n') + deleteWarning(row + 1, reader.lezerNaam(), readerCount, shift);
+    }
+    if (!confirm(QStringLiteral("Locatie gegevens weggooien"), question)) {
         return;
     }
     // The extra row holds no record: there is nothing to take out of the file.
-    if (!newReaderRow) {
-        const Status removed = ReaderFile(m_session.dataFolder(), m_session.fileOps).remove(row + 1, seen);
-        if (!removed) {
-            reportAndReload(removed.error);
-            return;
-        }
+    if (newReaderRow) {
+        fg2_laden();
+        return;
     }
+    const Result<ReaderRemoval> removed = removeReader(m_session.dataFolder(), row + 1, shift, seen, m_session.fileOps);
+    if (!removed) {
+        reportAndReload(removed.error);
+        return;
+    }
+    m_session.logChange(ChangeLog::readerDeleted(row + 1, reader, readerCount, removed.value.accessShifted), this);
     fg2_laden();
+    if (!removed.value.shiftError.isEmpty()) {
+        MessageBox::error(this, QStringLiteral("Lezer %1 is verwijderd, maar de toegang van de sleutelhouders is niet "
+                                               "meegeschoven: de lezers erna hebben de toegang van hun voorganger. %2")
+                                    .arg(row + 1)
+                                    .arg(removed.value.shiftError));
+    }
 }
 
 void ReaderGrid::clearFlag(int readerNumber, const LoadedRecord& built) {

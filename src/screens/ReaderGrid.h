@@ -6,6 +6,7 @@
 #include "records/RecordFile.h"
 #include "screens/RecordGrid.h"
 
+class Reader;
 class ReaderListModel;
 class Session;
 
@@ -32,6 +33,10 @@ public:
     void Fg2_LeaveCell();
     bool editorOpen() const;
 
+    // The second line of the delete question for reader number of readerCount: which reader goes, and
+    // what happens to the readers behind it (shift: the setting verschuif of section opties is on).
+    static QString deleteWarning(int number, const QString& name, int readerCount, bool shift);
+
     // For tests: the date record_save writes.
     void setToday(const std::function<QDate()>& today) { m_today = today; }
 
@@ -46,6 +51,10 @@ private:
     void Fg2_DblClick(const QModelIndex& index);
     void cellChanged(const QModelIndex& cell, const QString& text);
     bool record_save(int row);
+    // The log's line for a save of reader number; empty when the save changed nothing worth telling.
+    QString changeText(int number, const Reader& before, const Reader& after) const;
+    // The setting verschuif of section opties: a deleted reader's bit is taken out of every map.
+    bool shiftsAccess() const;
 
     Session& m_session;
     ReaderListModel* m_model;

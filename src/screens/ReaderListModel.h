@@ -37,6 +37,10 @@ public:
     // The record row was read from, as the file must still hold it; for the new-reader row, that there
     // is no record at its number yet.
     LoadedRecord loaded(int row) const;
+    // The record row was read from; null for the new-reader row.
+    const Reader* loadedReader(int row) const {
+        return row >= 0 && row < m_loaded.size() ? &m_loaded.at(row) : nullptr;
+    }
     // The record as row's save left it on disk; the new-reader row then stands for it.
     void setLoaded(int row, const Reader& reader);
 

@@ -13,6 +13,7 @@ class QtSerialLine;
 class SerialLine;
 class SettingsStore;
 class TickSource;
+class QWidget;
 
 // What the windows share for as long as the program runs: the settings store, the probe's serial line
 // and port registers with the 1-Wire layer over them, the program folder, the current location's folder
@@ -48,8 +49,16 @@ public:
     // How the record files are written; null for the real thing (tests hand in one that fails).
     FileOps* fileOps = nullptr;
 
+    // Appends change to the current location's logboek.txt; call it once the change is on disk. Nothing
+    // for an empty change. A log that cannot be written is shown once a session, through parent's
+    // message box, and never undoes or stops the change.
+    void logChange(const QString& change, QWidget* parent);
+    // The name the log gives the user; the login name when empty.
+    QString logUser;
+
 private:
     SettingsStore& m_settings;
     DowIo& m_dowIo;
     QString m_programFolder;
+    bool m_logWarned = false;
 };

@@ -11,6 +11,7 @@
 #include "probesim/VirtualIButtonMemory.h"
 #include "programming/KeyPoller.h"
 #include "programming/ProgrammingImage.h"
+#include "records/ChangeLog.h"
 #include "records/KeyHolderFile.h"
 #include "records/ReaderFile.h"
 #include "screens/AccessGrid.h"
@@ -156,6 +157,12 @@ private Q_SLOTS:
         QCOMPARE(fx.app->simulatedProbe()->key(0)->memory().toHex(), image.toHex());
         // Code, format word, list B starting at slot 4, mode, relay time, then the three keys' codes.
         QCOMPARE(image.left(14).toHex().toUpper(), QByteArray("1A2B3C00010400001A2B2A2B3A2B"));
+        const Result<QStringList> logged = ChangeLog(folder).newestFirst();
+        VERIFY_OK(logged);
+        QCOMPARE(logged.value.size(), 1);
+        QVERIFY2(logged.value.at(0).endsWith(
+                     " Programmeersleutel geschreven voor lezer 2 \"Magazijn\" met 3 sleutels: Controle OK"),
+                 qPrintable(logged.value.at(0)));
         QCOMPARE(MessageBox::takeShown().size(), 0);
         window.close();
     }

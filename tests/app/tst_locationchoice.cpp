@@ -6,6 +6,7 @@
 
 #include "records/LocationFile.h"
 #include "records/ReaderFile.h"
+#include "screens/ChangeLogWindow.h"
 #include "screens/LocationWindow.h"
 #include "screens/MessageBox.h"
 #include "screens/ReaderGrid.h"
@@ -136,6 +137,23 @@ private Q_SLOTS:
         QTest::keyClick(window.grid()->findChild<QLineEdit*>("txtedit"), Qt::Key_Return);
         QCOMPARE(ReaderFile(data).read(int(readers.size()) + 1).value.lezerNaam().trimmed(), QString("Nooduitgang"));
         QCOMPARE(ReaderFile(fx.bestanden()).count().value, 1);
+
+        // The location's own log tells both, newest first; the folder left holds none.
+        QTest::mouseClick(window.findChild<QPushButton*>("logboekbtn"), Qt::LeftButton);
+        ChangeLogWindow* logboek = nullptr;
+        for (QWidget* w : QApplication::topLevelWidgets()) {
+            if (w->objectName() == "logboekfrm" && w->isVisible()) {
+                logboek = qobject_cast<ChangeLogWindow*>(w);
+            }
+        }
+        QVERIFY(logboek);
+        const QStringList lines = logboek->shownLines();
+        QCOMPARE(lines.size(), 2);
+        QVERIFY2(lines.at(0).endsWith(QString(" Lezer %1 \"Nooduitgang\" toegevoegd").arg(readers.size() + 1)),
+                 qPrintable(lines.at(0)));
+        QVERIFY2(lines.at(1).endsWith(QString(" Locatie \"%1\" gekozen (map %2)").arg(name, folder)),
+                 qPrintable(lines.at(1)));
+        QVERIFY(!QFile::exists(QDir(fx.bestanden()).filePath("logboek.txt")));
 
         window.close();
         fx.stop();

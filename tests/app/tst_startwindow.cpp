@@ -7,6 +7,7 @@
 #include <QTableView>
 
 #include "app/AboutDialog.h"
+#include "records/ChangeLog.h"
 #include "records/ReaderFile.h"
 #include "screens/AccessGrid.h"
 #include "screens/AccessWindow.h"
@@ -24,6 +25,19 @@ using WindowSettings::pixelsToTwips;
 using WindowSettings::twipsToPixels;
 
 namespace {
+
+// What the probe window reports of a run for reader n; checks: the check's text of each key written.
+ProbeWindow::Outcome outcome(bool written, int n, const LoadedRecord& built = {}, const QStringList& checks = {}) {
+    ProbeWindow::Outcome o;
+    o.opened = true;
+    o.written = written;
+    o.readerNumber = n;
+    o.built = built;
+    o.readerName = QStringLiteral("Lezer %1").arg(n);
+    o.keyCount = 2;
+    o.runs = checks;
+    return o;
+}
 
 Reader reader(const QString& name, const QString& flag) {
     Reader r = Reader::defaultRecord(QDate(2024, 2, 1));
@@ -282,7 +296,7 @@ private Q_SLOTS:
 
         // The probe window wrote reader 2's key; meanwhile another reader came into the file.
         VERIFY_OK(ReaderFile(folder).write(4, reader("Nieuw", "X")));
-        window.keyProgrammed({true, true, 2, {}});
+        window.keyProgrammed(outcome(true, 2));
 
         const ReaderListModel* model = window.grid()->model();
         QCOMPARE(model->cell(1, Col::ColFlag), QString());
@@ -297,9 +311,18 @@ private Q_SLOTS:
         QVERIFY(onDisk.value.isChanged());
         QCOMPARE(model->rowCount(), 5);
 
-        // A run that did not end in a written key leaves every mark.
-        window.keyProgrammed({true, false, 1, {}});
+        // A run that did not end in a written key leaves every mark; the keys that were written are
+        // logged all the same, with their check.
+        window.keyProgrammed(outcome(false, 1, {}, {"Controle mislukt", "Controle mislukt"}));
         QCOMPARE(model->cell(0, Col::ColFlag), QString("X"));
+        const Result<QStringList> logged = ChangeLog(folder).newestFirst();
+        VERIFY_OK(logged);
+        QCOMPARE(logged.value.size(), 2);
+        for (const QString& line : logged.value) {
+            QVERIFY2(line.endsWith(" Programmeersleutel geschreven voor lezer 1 \"Lezer 1\" met 2 sleutels: "
+                                   "Controle mislukt"),
+                     qPrintable(line));
+        }
 
         // Activation reads the list again only in a location's folder.
         VERIFY_OK(ReaderFile(folder).write(5, reader("Later", "X")));
@@ -321,7 +344,7 @@ private Q_SLOTS:
 
         Reader built = file.read(2).value;
         VERIFY_OK(file.update(2, [](Reader& r) { r.setLezerNaam("Elders"); }));
-        window.keyProgrammed({true, true, 2, built});
+        window.keyProgrammed(outcome(true, 2, built));
         const QList<MessageBox::Shown> shown = MessageBox::takeShown();
         QCOMPARE(shown.size(), 1);
         QVERIFY2(shown.at(0).text.contains("is intussen door een ander gewijzigd"), qPrintable(shown.at(0).text));
@@ -330,7 +353,7 @@ private Q_SLOTS:
         QCOMPARE(model->cell(1, Col::ColName), QString("Elders"));
 
         built = file.read(2).value;
-        window.keyProgrammed({true, true, 2, built});
+        window.keyProgrammed(outcome(true, 2, built));
         QCOMPARE(MessageBox::takeShown().size(), 0);
         QVERIFY(!file.read(2).value.isChanged());
         QCOMPARE(model->cell(1, Col::ColFlag), QString());

@@ -281,14 +281,21 @@ private Q_SLOTS:
         QTest::addColumn<int>("row");
         QTest::addColumn<int>("answer");
         QTest::addColumn<QStringList>("left");
-        QTest::newRow("first") << 0 << int(QMessageBox::Yes) << QStringList{"B", "C"};
-        QTest::newRow("last") << 2 << int(QMessageBox::Yes) << QStringList{"A", "B"};
-        QTest::newRow("answered No") << 1 << int(QMessageBox::No) << QStringList{"A", "B", "C"};
+        QTest::addColumn<QString>("second");
+        QTest::newRow("first") << 0 << int(QMessageBox::Yes) << QStringList{"B", "C"}
+                               << "Lezer 1 \"A\" verdwijnt. De lezers 2 tot en met 3 schuiven op naar 1 tot en met 2 "
+                                  "en krijgen de toegang van hun voorganger: controleer ze.";
+        QTest::newRow("last") << 2 << int(QMessageBox::Yes) << QStringList{"A", "B"}
+                              << "Lezer 3 \"C\" verdwijnt. Er komen geen lezers na; er verschuift niets.";
+        QTest::newRow("answered No") << 1 << int(QMessageBox::No) << QStringList{"A", "B", "C"}
+                                     << "Lezer 2 \"B\" verdwijnt. Lezer 3 schuift op naar 2 en krijgt de toegang van "
+                                        "zijn voorganger: controleer hem.";
     }
     void deleteReader() {
         QFETCH(int, row);
         QFETCH(int, answer);
         QFETCH(QStringList, left);
+        QFETCH(QString, second);
         open({GridFixture::reader("A", "00000A"), GridFixture::reader("B", "00000B"),
               GridFixture::reader("C", "00000C")});
         click(view(), row, Col::ColName);
@@ -296,7 +303,8 @@ private Q_SLOTS:
         m_grid->wiscmd_Click();
         const QList<MessageBox::Shown> shown = MessageBox::takeShown();
         QCOMPARE(shown.size(), 1);
-        QCOMPARE(shown.at(0).text, QString("Wissen regel %1").arg(row + 1));
+        QCOMPARE(shown.at(0).text.section('\n', 0, 0), QString("Wissen regel %1").arg(row + 1));
+        QCOMPARE(shown.at(0).text.section('\n', 1), second);
         QCOMPARE(shown.at(0).title, QString("Locatie gegevens weggooien"));
         QCOMPARE(shown.at(0).icon, QMessageBox::Critical);
         QCOMPARE(shown.at(0).buttons, QMessageBox::Yes | QMessageBox::No);
@@ -448,7 +456,7 @@ private Q_SLOTS:
 
         QList<MessageBox::Shown> shown = MessageBox::takeShown();
         if (here == "delete") {
-            QCOMPARE(shown.takeFirst().text, QString("Wissen regel %1").arg(row + 1));
+            QCOMPARE(shown.takeFirst().text.section('\n', 0, 0), QString("Wissen regel %1").arg(row + 1));
         }
         QCOMPARE(shown.size(), refused ? 1 : 0);
         if (refused) {
