@@ -24,6 +24,7 @@
 #include "screens/AccessWindow.h"
 #include "screens/LocationWindow.h"
 #include "screens/MessageBox.h"
+#include "screens/Mnemonics.h"
 #include "screens/PlaceholderWindow.h"
 #include "screens/ReaderGrid.h"
 #include "screens/Session.h"
@@ -137,6 +138,7 @@ StartWindow::StartWindow(Session& session, QWidget* parent) : QMainWindow(parent
     });
     connect(m_grid, &ReaderGrid::programKeyRequested, this, &StartWindow::programKey);
     connect(m_grid, &ReaderGrid::accessRequested, this, &StartWindow::showAccessWindow);
+    Mnemonics::assign(this);
 
     Form_Load();
 }
@@ -336,12 +338,21 @@ void StartWindow::updateStatusLine() {
     }
     QString location = QStringLiteral("Geen locatie gekozen");
     if (!m_session.subdir.trimmed().isEmpty()) {
-        location = QStringLiteral("Locatie: ") +
-                   (m_lblLocatie->text().isEmpty() ? QStringLiteral("(naam onbekend)") : m_lblLocatie->text());
+        location =
+            QStringLiteral("Locatie: ") +
+            (m_lblLocatie->text().isEmpty() ? QStringLiteral("(naam onbekend, map %1)").arg(m_session.subdir.trimmed())
+                                            : m_lblLocatie->text());
     }
-    m_status->setText(probe + QStringLiteral("   |   ") + location + QStringLiteral("   |   Gegevensmap: ") +
-                      QDir::toNativeSeparators(QDir::cleanPath(m_session.dataFolder())));
-    m_status->setToolTip(m_portError);
+    m_status->setText(probe + QStringLiteral("   |   ") + location);
+    // A folder path is long and says little at a glance; it is there when the pointer rests on the line.
+    QStringList tip = {
+        QStringLiteral("Programmamap: ") + QDir::toNativeSeparators(QDir::cleanPath(m_session.programFolder())),
+        QStringLiteral("Gegevensmap: ") + QDir::toNativeSeparators(QDir::cleanPath(m_session.dataFolder())),
+    };
+    if (!m_portError.isEmpty()) {
+        tip.append(m_portError);
+    }
+    m_status->setToolTip(tip.join(QLatin1Char('\n')));
 }
 
 LocationWindow* StartWindow::openLocations() {

@@ -20,6 +20,10 @@ QString SettingsStore::get(const QString& section, const QString& key, const QSt
     return value.isValid() ? value.toString() : defaultValue;
 }
 
+bool SettingsStore::contains(const QString& section, const QString& key) const {
+    return m_settings->contains(keyPath(section, key));
+}
+
 void SettingsStore::save(const QString& section, const QString& key, const QString& value) {
     m_settings->setValue(keyPath(section, key), value);
     m_settings->sync();

@@ -1,6 +1,7 @@
 #include "screens/WindowSettings.h"
 
 #include <QHeaderView>
+#include <QStyle>
 #include <QWidget>
 #include <cmath>
 
@@ -55,15 +56,27 @@ int restoredColumnTwips(MinWidthRule rule, int column, const QString& storedText
     return twips < 0 ? 0 : twips;
 }
 
+int headerTextPixels(const QHeaderView* header, int column) {
+    const QString text =
+        header->model() ? header->model()->headerData(column, header->orientation()).toString() : QString();
+    if (text.isEmpty()) {
+        return 0;
+    }
+    const int margin = header->style()->pixelMetric(QStyle::PM_HeaderMargin, nullptr, header);
+    return header->fontMetrics().horizontalAdvance(text) + 4 * margin;
+}
+
 void restoreColumnWidths(QHeaderView* header, const SettingsStore& store, const QString& section, MinWidthRule rule,
                          int first, int last, const QString& defaultText) {
     const int dpi = header->logicalDpiX();
     header->setMinimumSectionSize(0);
     for (int column = first; column <= last && column < header->count(); ++column) {
+        const bool stored = store.contains(section, colwidthKey(column));
         const int twips = restoredColumnTwips(rule, column, store.get(section, colwidthKey(column), defaultText));
         header->setSectionHidden(column, twips == 0);
         if (twips > 0) {
-            header->resizeSection(column, twipsToPixels(twips, dpi));
+            const int pixels = twipsToPixels(twips, dpi);
+            header->resizeSection(column, stored ? pixels : qMax(pixels, headerTextPixels(header, column)));
         }
     }
 }

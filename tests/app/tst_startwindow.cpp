@@ -20,6 +20,7 @@
 #include "support/VerifyStatus.h"
 
 using Col = ReaderListModel::Column;
+using WindowSettings::headerTextPixels;
 using WindowSettings::pixelsToTwips;
 using WindowSettings::twipsToPixels;
 
@@ -90,22 +91,29 @@ private Q_SLOTS:
         QCOMPARE(window.width(), twipsToPixels(9000, dpiX));
         QCOMPARE(window.height(), twipsToPixels(3500, dpiY));
         const QHeaderView* header = window.grid()->view()->horizontalHeader();
+        // A first start reads every header whole: "aantalsleutels" is wider than 900 twips.
+        QVERIFY(headerTextPixels(header, Col::ColKeyCount) > twipsToPixels(900, dpiX));
         for (int c = 0; c <= 5; ++c) {
-            QCOMPARE(header->sectionSize(c), twipsToPixels(900, dpiX));
+            QCOMPARE(header->sectionSize(c), qMax(twipsToPixels(900, dpiX), headerTextPixels(header, c)));
         }
+        const int keyCountWidth = header->sectionSize(Col::ColKeyCount);
 
         // The port could not be opened; the program runs on and says so.
         QVERIFY(!fx.app->line().isOpen());
         const QString status = window.findChild<QLabel*>("statuslbl")->text();
         QVERIFY2(status.contains("niet verbonden"), qPrintable(status));
-        QVERIFY2(status.contains(QDir::toNativeSeparators(fx.home())), qPrintable(status));
+        // The folder is in the tool tip, whole; the line itself carries no path.
+        QVERIFY2(!status.contains(QDir::toNativeSeparators(fx.home())), qPrintable(status));
+        const QString tip = window.findChild<QLabel*>("statuslbl")->toolTip();
+        QVERIFY2(tip.contains("Programmamap: " + QDir::toNativeSeparators(QDir::cleanPath(fx.home()))),
+                 qPrintable(tip));
         QCOMPARE(MessageBox::takeShown().size(), 0);
 
         window.close();
         SettingsStore store(fx.ini());
         QCOMPARE(store.get("startfrm", "width", "?"), QString::number(pixelsToTwips(twipsToPixels(9000, dpiX), dpiX)));
         QCOMPARE(store.get("startfrm", "height", "?"), QString::number(pixelsToTwips(twipsToPixels(3500, dpiY), dpiY)));
-        QCOMPARE(store.get("FG2", "colwidth(3)", "?"), QString::number(pixelsToTwips(twipsToPixels(900, dpiX), dpiX)));
+        QCOMPARE(store.get("FG2", "colwidth(3)", "?"), QString::number(pixelsToTwips(keyCountWidth, dpiX)));
         QCOMPARE(store.get("startfrm", "subdir", "?"), QString());
         QCOMPARE(store.get("startfrm", "poort", "?"), QString("1"));
     }

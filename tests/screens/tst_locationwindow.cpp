@@ -14,6 +14,7 @@
 #include "support/RecordFixtures.h"
 
 using namespace GridDriver;
+using WindowSettings::headerTextPixels;
 using WindowSettings::pixelsToTwips;
 using WindowSettings::twipsToPixels;
 
@@ -148,7 +149,11 @@ private Q_SLOTS:
         const int dpiX = m_window->logicalDpiX();
         for (int c = 0; c < headers.size(); ++c) {
             QCOMPARE(model()->headerData(c, Qt::Horizontal).toString(), headers.at(c));
-            QCOMPARE(view()->horizontalHeader()->sectionSize(c), twipsToPixels(twips.at(c), dpiX));
+            // Where nothing is stored yet, the header is read whole; a stored width is kept as it is.
+            const bool isStored = stored.filter(QStringLiteral("colwidth(%1)=").arg(c)).size() == 1;
+            const int pixels = twipsToPixels(twips.at(c), dpiX);
+            QCOMPARE(view()->horizontalHeader()->sectionSize(c),
+                     isStored ? pixels : qMax(pixels, headerTextPixels(view()->horizontalHeader(), c)));
         }
         QCOMPARE(m_window->windowTitle(), QString("Locaties"));
         QCOMPARE(m_window->windowModality(), Qt::ApplicationModal);
@@ -204,7 +209,7 @@ private Q_SLOTS:
         }
         QCOMPARE(txtedit()->text(), text);
         QCOMPARE(txtedit()->cursorPosition(), caret);
-        QCOMPARE(txtedit()->geometry(), view()->visualRect(model()->index(0, column)));
+        QVERIFY(coversCell(txtedit(), view(), model()->index(0, column)));
 
         QTest::keyClick(txtedit(), Qt::Key_Escape);
         QVERIFY(txtedit()->isVisible());
