@@ -3,14 +3,18 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
+#include <QSet>
 #include <QSettings>
+#include <QSignalSpy>
 #include <QTableView>
 
 #include "app/AboutDialog.h"
 #include "records/ReaderFile.h"
 #include "screens/AccessGrid.h"
 #include "screens/AccessWindow.h"
+#include "screens/LocationWindow.h"
 #include "screens/MessageBox.h"
+#include "screens/Mnemonics.h"
 #include "screens/ReaderGrid.h"
 #include "screens/ReaderListModel.h"
 #include "screens/Session.h"
@@ -343,6 +347,72 @@ private Q_SLOTS:
         QVERIFY(!file.read(2).value.isChanged());
         QCOMPARE(model->cell(1, Col::ColFlag), QString());
         QVERIFY(file.read(1).value.isChanged());
+    }
+
+    // Every button is reached with Alt and a letter of its caption; the captions stay as they were.
+    void everyButtonHasAnAltLetter_data() {
+        QTest::addColumn<QString>("window");
+        QTest::addColumn<QStringList>("captions");
+        QTest::newRow("startfrm") << "startfrm" << QStringList{"Locaties", "Sleutelhouders", "Verwijderen", "Versie",
+                                                               "Help",     "Einde",          "Poort...",    "Probe..."};
+        QTest::newRow("sleutelfrm") << "sleutelfrm" << QStringList{" Zoeken", "Help", "Nieuw", "Sluiten"};
+        QTest::newRow("Locatiefrm") << "Locatiefrm" << QStringList{"Wissen"};
+    }
+    void everyButtonHasAnAltLetter() {
+        QFETCH(QString, window);
+        QFETCH(QStringList, captions);
+        AppFixture fx;
+        StartWindow& start = fx.start();
+        start.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&start));
+        QWidget* shown = &start;
+        if (window == "sleutelfrm") {
+            QTest::mouseClick(start.findChild<QPushButton*>("persoonbtn"), Qt::LeftButton);
+            for (QWidget* w : QApplication::topLevelWidgets()) {
+                if (w->objectName() == window && w->isVisible()) {
+                    shown = w;
+                }
+            }
+        } else if (window == "Locatiefrm") {
+            shown = start.openLocations();
+        }
+        QCOMPARE(shown->objectName(), window);
+        QStringList found;
+        QSet<QKeySequence> keys;
+        for (QPushButton* button : shown->findChildren<QPushButton*>()) {
+            found.append(button->text());
+            const QKeySequence key = Mnemonics::of(button);
+            QVERIFY2(!key.isEmpty(), qPrintable(button->text()));
+            QCOMPARE(key[0].keyboardModifiers(), Qt::AltModifier);
+            QVERIFY2(button->text().toUpper().contains(QChar(key[0].key())), qPrintable(button->text()));
+            QVERIFY2(button->toolTip().contains(key.toString(QKeySequence::NativeText)), qPrintable(button->toolTip()));
+            keys.insert(key);
+        }
+        found.sort();
+        captions.sort();
+        QCOMPARE(found, captions);
+        QCOMPARE(keys.size(), captions.size());
+    }
+
+    void altLetterPressesTheButton() {
+        AppFixture fx;
+        StartWindow& window = fx.start();
+        window.show();
+        window.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        auto* help = window.findChild<QPushButton*>("CmdHelp");
+        QCOMPARE(Mnemonics::of(help), QKeySequence(Qt::ALT | Qt::Key_H));
+        QTest::keyClick(window.grid(), Qt::Key_H, Qt::AltModifier);
+        QCOMPARE(help->text(), QString("X Help"));
+        // The letter stays with the button whatever its caption says now.
+        QTest::keyClick(window.grid(), Qt::Key_H, Qt::AltModifier);
+        QCOMPARE(help->text(), QString("Help"));
+        // A hidden button is not pressed by its letter.
+        auto* probe = window.findChild<QPushButton*>("simprobebtn");
+        QVERIFY(probe->isHidden());
+        QSignalSpy pressed(probe, &QPushButton::clicked);
+        QTest::keyClick(window.grid(), Mnemonics::of(probe)[0].key(), Qt::AltModifier);
+        QCOMPARE(pressed.size(), 0);
     }
 
     void accessWindowMarksTheReaders_data() {

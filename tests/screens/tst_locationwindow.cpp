@@ -177,10 +177,11 @@ private Q_SLOTS:
         QTest::newRow("Enter") << kTown << "\r" << town << 0;
         QTest::newRow("Backspace") << kTown << "\b" << town << 0;
         QTest::newRow("Ctrl+E") << kTown << "\x05" << town << 0;
+        QTest::newRow("F2") << kTown << "F2" << town << 0;
         QTest::newRow("the number column takes no typing") << 0 << "7"
                                                            << "" << 0;
-        QTest::newRow("nor Enter") << 0 << "\r"
-                                   << "" << 0;
+        QTest::newRow("nor F2") << 0 << "F2"
+                                << "" << 0;
     }
     void openingTheEditor() {
         QFETCH(int, column);
@@ -192,6 +193,8 @@ private Q_SLOTS:
         view()->setCurrentIndex(model()->index(0, column));
         if (key == "double-click") {
             doubleClick(view(), 0, column);
+        } else if (key == "F2") {
+            QTest::keyClick(view(), Qt::Key_F2);
         } else {
             // Printable keys have the code of their upper-case character.
             const bool ctrl = key == "\x05";
@@ -397,27 +400,40 @@ private Q_SLOTS:
         QTest::addColumn<QString>("map");
         QTest::addColumn<QString>("folder");
         QTest::addColumn<bool>("folderExists");
+        QTest::addColumn<int>("key");  // 0: a click on the number; else that key on it
         QTest::newRow("empty Map: the name's first 12 characters") << "Kantoor Ede Zuid"
                                                                    << ""
-                                                                   << "Kantoor Ede" << false;
+                                                                   << "Kantoor Ede" << false << 0;
         QTest::newRow("a Map of its own, folder there") << "Magazijn"
                                                         << "mag"
-                                                        << "mag" << true;
+                                                        << "mag" << true << 0;
         QTest::newRow("a Map of its own, folder made") << "Magazijn"
                                                        << "mag2"
-                                                       << "mag2" << false;
+                                                       << "mag2" << false << 0;
+        QTest::newRow("Enter on the number") << "Magazijn"
+                                             << "mag"
+                                             << "mag" << true << int(Qt::Key_Return);
+        QTest::newRow("Space on the number") << "Magazijn"
+                                             << "mag"
+                                             << "mag" << true << int(Qt::Key_Space);
     }
     void choosingALocation() {
         QFETCH(QString, name);
         QFETCH(QString, map);
         QFETCH(QString, folder);
         QFETCH(bool, folderExists);
+        QFETCH(int, key);
         if (folderExists) {
             QVERIFY(QDir(bestanden()).mkdir(folder));
         }
         open(sites({"Noord", name}, {"", map}));
         QSignalSpy chosen(m_window.get(), &LocationWindow::locationChosen);
-        click(view(), 1, 0);
+        if (key == 0) {
+            click(view(), 1, 0);
+        } else {
+            view()->setCurrentIndex(model()->index(1, 0));
+            QTest::keyClick(view(), Qt::Key(key), Qt::NoModifier);
+        }
 
         QCOMPARE(chosen.size(), 1);
         QCOMPARE(chosen.at(0).at(0).toString(), name);
