@@ -27,11 +27,13 @@
 #include "screens/Mnemonics.h"
 #include "screens/PlaceholderWindow.h"
 #include "screens/ReaderGrid.h"
+#include "screens/ReaderListModel.h"
 #include "screens/Session.h"
 #include "screens/SettingsStore.h"
 #include "screens/WindowSettings.h"
 
 namespace {
+using Col = ReaderListModel::Column;
 const QString kSection = QStringLiteral("startfrm");
 const QString kGridSection = QStringLiteral("FG2");
 constexpr int kLastStoredColumn = 5;
@@ -177,6 +179,16 @@ void StartWindow::Form_Load() {
     m_session.dowIo().startUp(store.get(kSection, QStringLiteral("poort"), QString()), &m_portError);
 
     m_grid->fg2_laden();
+    // At a first start the names, codes and LED texts are read whole too, not only the headers.
+    QHeaderView* header = m_grid->view()->horizontalHeader();
+    for (int column = Col::ColName; column <= kLastStoredColumn; ++column) {
+        if (!store.contains(kGridSection, QStringLiteral("colwidth(%1)").arg(column)) &&
+            !header->isSectionHidden(column)) {
+            header->resizeSection(column,
+                                  qMax(header->sectionSize(column),
+                                       static_cast<const QAbstractItemView*>(m_grid)->sizeHintForColumn(column)));
+        }
+    }
     updateStatusLine();
 }
 

@@ -98,8 +98,15 @@ private Q_SLOTS:
         // A first start reads every header whole: "aantalsleutels" is wider than 900 twips.
         QVERIFY(headerTextPixels(header, Col::ColKeyCount) > twipsToPixels(900, dpiX));
         for (int c = 0; c <= 5; ++c) {
-            QCOMPARE(header->sectionSize(c), qMax(twipsToPixels(900, dpiX), headerTextPixels(header, c)));
+            const int atLeast = qMax(twipsToPixels(900, dpiX), headerTextPixels(header, c));
+            // The name, the code and the LED text fit what the rows show as well.
+            QCOMPARE(header->sectionSize(c),
+                     c < Col::ColName
+                         ? atLeast
+                         : qMax(atLeast, static_cast<const QAbstractItemView*>(window.grid())->sizeHintForColumn(c)));
         }
+        QVERIFY(header->sectionSize(Col::ColName) >=
+                window.grid()->fontMetrics().horizontalAdvance(QStringLiteral("nieuwe lezer")));
         const int keyCountWidth = header->sectionSize(Col::ColKeyCount);
 
         // The port could not be opened; the program runs on and says so.
