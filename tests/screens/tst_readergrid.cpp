@@ -1,6 +1,7 @@
 #include <QAbstractItemModelTester>
 #include <QClipboard>
 #include <QLabel>
+#include <QMimeData>
 #include <QPushButton>
 #include <QScopeGuard>
 #include <QVBoxLayout>
@@ -383,7 +384,7 @@ private Q_SLOTS:
     // Text reaches txtedit typed, pasted or dropped; each way meets the same refusal.
     void refusedWhateverWayTextArrives_data() {
         QTest::addColumn<int>("column");
-        QTest::addColumn<QString>("how");  // "typed" or "pasted"
+        QTest::addColumn<QString>("how");  // "typed", "pasted" or "dropped"
         QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("kept");  // what txtedit holds afterwards; the refusal line shows otherwise
         QTest::newRow("pasted name into the code") << int(Col::ColCode) << "pasted"
@@ -395,6 +396,10 @@ private Q_SLOTS:
         QTest::newRow("pasted hex with a blank") << int(Col::ColCode) << "pasted"
                                                  << "A1 B2"
                                                  << "";
+        QTest::newRow("dropped name into the code") << int(Col::ColCode) << "dropped" << QString("Hoofdi") << "";
+        QTest::newRow("dropped L with stroke into the name")
+            << int(Col::ColName) << "dropped" << QString::fromUtf8("Łódź") << "";
+        QTest::newRow("dropped hex") << int(Col::ColCode) << "dropped" << QString("f00d") << "F00D";
         QTest::newRow("typed G in the code") << int(Col::ColCode) << "typed"
                                              << "1G"
                                              << "1";
@@ -420,6 +425,13 @@ private Q_SLOTS:
         if (how == "pasted") {
             QGuiApplication::clipboard()->setText(text);
             txtedit()->paste();
+        } else if (how == "dropped") {
+            QMimeData mime;
+            mime.setText(text);
+            QDragEnterEvent enter(QPoint(2, 2), Qt::CopyAction, &mime, Qt::LeftButton, Qt::NoModifier);
+            QApplication::sendEvent(txtedit(), &enter);
+            QDropEvent drop(QPointF(2, 2), Qt::CopyAction, &mime, Qt::LeftButton, Qt::NoModifier);
+            QApplication::sendEvent(txtedit(), &drop);
         } else {
             // Key by key, as a keyboard with these letters sends them.
             for (const QChar c : text) {
@@ -430,7 +442,7 @@ private Q_SLOTS:
         }
         QCOMPARE(txtedit()->text(), kept);
         auto* refusal = m_grid->findChild<QLabel*>("weigering");
-        const bool refused = kept != text && !(how == "pasted" && kept == text.toUpper());
+        const bool refused = kept != text && !(how != "typed" && kept == text.toUpper());
         QCOMPARE(refusal->isVisible(), refused);
         if (refused) {
             QVERIFY2(refusal->text().contains(column == Col::ColCode ? "0-9 en A-F" : "niet in de "),
