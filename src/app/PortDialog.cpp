@@ -12,6 +12,7 @@
 #include "onewire/SerialLine.h"
 #include "onewire/SerialPorts.h"
 #include "screens/MessageBox.h"
+#include "screens/Mnemonics.h"
 #include "screens/Session.h"
 #include "screens/SettingsStore.h"
 
@@ -49,6 +50,7 @@ PortDialog::PortDialog(Session& session, QWidget* parent)
     layout->addWidget(m_tabs);
     layout->addWidget(m_ok, 0, Qt::AlignRight);
     connect(m_ok, &QPushButton::clicked, this, &PortDialog::cmdOK_Click);
+    Mnemonics::assign(this);
 
     m_session.dowIo().beginPortDialog();
     LoadPropertySettings();

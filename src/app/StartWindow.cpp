@@ -26,13 +26,16 @@
 #include "screens/ChangeLogWindow.h"
 #include "screens/LocationWindow.h"
 #include "screens/MessageBox.h"
+#include "screens/Mnemonics.h"
 #include "screens/PlaceholderWindow.h"
 #include "screens/ReaderGrid.h"
+#include "screens/ReaderListModel.h"
 #include "screens/Session.h"
 #include "screens/SettingsStore.h"
 #include "screens/WindowSettings.h"
 
 namespace {
+using Col = ReaderListModel::Column;
 const QString kSection = QStringLiteral("startfrm");
 const QString kGridSection = QStringLiteral("FG2");
 constexpr int kLastStoredColumn = 5;
@@ -141,6 +144,7 @@ StartWindow::StartWindow(Session& session, QWidget* parent) : QMainWindow(parent
     });
     connect(m_grid, &ReaderGrid::programKeyRequested, this, &StartWindow::programKey);
     connect(m_grid, &ReaderGrid::accessRequested, this, &StartWindow::showAccessWindow);
+    Mnemonics::assign(this);
 
     Form_Load();
 }
@@ -180,6 +184,16 @@ void StartWindow::Form_Load() {
     m_session.dowIo().startUp(store.get(kSection, QStringLiteral("poort"), QString()), &m_portError);
 
     m_grid->fg2_laden();
+    // At a first start the names, codes and LED texts are read whole too, not only the headers.
+    QHeaderView* header = m_grid->view()->horizontalHeader();
+    for (int column = Col::ColName; column <= kLastStoredColumn; ++column) {
+        if (!store.contains(kGridSection, QStringLiteral("colwidth(%1)").arg(column)) &&
+            !header->isSectionHidden(column)) {
+            header->resizeSection(column,
+                                  qMax(header->sectionSize(column),
+                                       static_cast<const QAbstractItemView*>(m_grid)->sizeHintForColumn(column)));
+        }
+    }
     updateStatusLine();
 }
 
@@ -345,12 +359,21 @@ void StartWindow::updateStatusLine() {
     }
     QString location = QStringLiteral("Geen locatie gekozen");
     if (!m_session.subdir.trimmed().isEmpty()) {
-        location = QStringLiteral("Locatie: ") +
-                   (m_lblLocatie->text().isEmpty() ? QStringLiteral("(naam onbekend)") : m_lblLocatie->text());
+        location =
+            QStringLiteral("Locatie: ") +
+            (m_lblLocatie->text().isEmpty() ? QStringLiteral("(naam onbekend, map %1)").arg(m_session.subdir.trimmed())
+                                            : m_lblLocatie->text());
     }
-    m_status->setText(probe + QStringLiteral("   |   ") + location + QStringLiteral("   |   Gegevensmap: ") +
-                      QDir::toNativeSeparators(QDir::cleanPath(m_session.dataFolder())));
-    m_status->setToolTip(m_portError);
+    m_status->setText(probe + QStringLiteral("   |   ") + location);
+    // A folder path is long and says little at a glance; it is there when the pointer rests on the line.
+    QStringList tip = {
+        QStringLiteral("Programmamap: ") + QDir::toNativeSeparators(QDir::cleanPath(m_session.programFolder())),
+        QStringLiteral("Gegevensmap: ") + QDir::toNativeSeparators(QDir::cleanPath(m_session.dataFolder())),
+    };
+    if (!m_portError.isEmpty()) {
+        tip.append(m_portError);
+    }
+    m_status->setToolTip(tip.join(QLatin1Char('\n')));
 }
 
 LocationWindow* StartWindow::openLocations() {

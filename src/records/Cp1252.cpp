@@ -39,6 +39,16 @@ QByteArray encode(const QString& text) {
     return out;
 }
 
+QString firstUnencodable(const QString& text) {
+    for (uint cp : text.normalized(QString::NormalizationForm_C).toUcs4()) {
+        if (cp != uint('?') && encodeCodePoint(cp) == '?') {
+            const char32_t c = cp;
+            return QString::fromUcs4(&c, 1);
+        }
+    }
+    return {};
+}
+
 QString decode(const QByteArray& bytes) {
     QString out;
     out.reserve(bytes.size());

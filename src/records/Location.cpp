@@ -21,6 +21,10 @@ Location Location::blank() {
     return l;
 }
 
+int Location::width(Field f) {
+    return kFields[f].width;
+}
+
 QString Location::text(Field f) const {
     return FixedRecord::text(kFields[f].offset, kFields[f].width);
 }

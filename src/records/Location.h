@@ -20,6 +20,9 @@ public:
     // What reading past the end gives: all 986 bytes blanks.
     static Location blank();
 
+    // How many characters the field holds.
+    static int width(Field f);
+
     // The field as stored, padding included.
     QString text(Field f) const;
     // Cut to the field's width, padded with blanks.

@@ -2,6 +2,7 @@
 
 #include <QDir>
 #include <QHeaderView>
+#include <QKeyEvent>
 #include <QLineEdit>
 #include <QMouseEvent>
 #include <QScrollBar>
@@ -144,6 +145,21 @@ void AccessGrid::mousePressEvent(QMouseEvent* event) {
     }
 }
 
+bool AccessGrid::keyOnCell(const QModelIndex& cell, const QKeyEvent* event) {
+    if (event->key() != Qt::Key_Space || (event->modifiers() & ~Qt::KeypadModifier)) {
+        return RecordGrid::keyOnCell(cell, event);
+    }
+    if (AccessGridModel::readerOfColumn(cell.column()) >= 0) {
+        stepCell(cell);
+        return true;
+    }
+    if (cell.column() == Col::ColNumber) {
+        Fg3_Click(cell);
+        return true;
+    }
+    return false;
+}
+
 void AccessGrid::stepCell(const QModelIndex& cell) {
     const int row = cell.row();
     const int reader = AccessGridModel::readerOfColumn(cell.column());
@@ -192,7 +208,7 @@ void AccessGrid::Fg3_Click(const QModelIndex& cell) {
 
 void AccessGrid::Fg3_DblClick(const QModelIndex& cell) {
     if (const int width = fieldWidth(cell.column()); width > 0) {
-        editor()->editText(cell, {width});
+        editor()->editText(cell, {width, CellEditor::Filter::None, CellEditor::Caret::SelectAll, width});
     }
 }
 

@@ -42,6 +42,8 @@ Q_SIGNALS:
     void detailsRequested(int record);
 
 protected:
+    // Space steps a reader cell or opens the details, as a click does.
+    bool keyOnCell(const QModelIndex& cell, const QKeyEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void updateGeometries() override;
 

@@ -12,6 +12,7 @@
 #include "screens/AccessGrid.h"
 #include "screens/CellEditor.h"
 #include "screens/MessageBox.h"
+#include "screens/Mnemonics.h"
 #include "screens/Session.h"
 #include "screens/SettingsStore.h"
 
@@ -65,6 +66,7 @@ AccessWindow::AccessWindow(Session& session, QWidget* parent)
         storeTopRow();
         openDetails(DetailsMode::Edit, record);
     });
+    Mnemonics::assign(this);
 
     Form_Load();
 }

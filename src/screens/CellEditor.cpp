@@ -1,11 +1,18 @@
 #include "screens/CellEditor.h"
 
 #include <QComboBox>
+#include <QCoreApplication>
 #include <QKeyEvent>
+#include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QScrollBar>
+#include <QStyle>
 #include <QTableView>
+#include <QValidator>
+#include <functional>
+
+#include "records/Cp1252.h"
 
 namespace {
 constexpr int kChoiceRowsShown = 8;
@@ -14,17 +21,71 @@ const QString kHexDigits = QStringLiteral("0123456789ABCDEF");
 bool isEnter(const QKeyEvent* key) {
     return key->key() == Qt::Key_Return || key->key() == Qt::Key_Enter;
 }
+
+bool isTab(const QKeyEvent* key) {
+    return key->key() == Qt::Key_Tab || key->key() == Qt::Key_Backtab;
+}
+
+// Checks the whole text after every change, so a paste or a drop is held to what a typed key is.
+class CellTextValidator : public QValidator {
+public:
+    CellTextValidator(std::function<CellEditor::Filter()> filter, std::function<void(const QString&)> refused,
+                      QObject* parent)
+        : QValidator(parent), m_filter(std::move(filter)), m_refused(std::move(refused)) {}
+
+    State validate(QString& input, int&) const override {
+        const CellEditor::Filter filter = m_filter();
+        if (filter == CellEditor::Filter::HexUpperCase) {
+            input = input.toUpper();
+        }
+        const QString why = CellEditor::refusal(input, filter);
+        if (why.isEmpty()) {
+            return Acceptable;
+        }
+        m_refused(why);
+        return Invalid;
+    }
+
+private:
+    std::function<CellEditor::Filter()> m_filter;
+    std::function<void(const QString&)> m_refused;
+};
 }  // namespace
+
+QString CellEditor::refusal(const QString& text, Filter filter) {
+    if (const QString c = Cp1252::firstUnencodable(text); !c.isEmpty()) {
+        return QStringLiteral("Het teken \"%1\" kan niet in de bestanden staan en is niet overgenomen.").arg(c);
+    }
+    if (filter == Filter::HexUpperCase) {
+        for (const QChar c : text) {
+            if (!kHexDigits.contains(c.toUpper())) {
+                return QStringLiteral("Alleen de hexcijfers 0-9 en A-F; \"%1\" is niet overgenomen.").arg(c);
+            }
+        }
+    }
+    return {};
+}
 
 CellEditor::CellEditor(QTableView* view)
     : QObject(view),
       m_view(view),
       m_txtedit(new QLineEdit(view->viewport())),
       m_list1(new QListWidget(view->viewport())),
-      m_combo1(new QComboBox(view->viewport())) {
+      m_combo1(new QComboBox(view->viewport())),
+      m_refusalLine(new QLabel(view->viewport())) {
     m_txtedit->setObjectName(QStringLiteral("txtedit"));
     m_txtedit->hide();
     m_txtedit->installEventFilter(this);
+    m_txtedit->setValidator(
+        new CellTextValidator([this] { return m_filter; }, [this](const QString& why) { refuse(why); }, m_txtedit));
+    connect(m_txtedit, &QLineEdit::textEdited, m_refusalLine, &QWidget::hide);
+    m_refusalLine->setObjectName(QStringLiteral("weigering"));
+    m_refusalLine->setAutoFillBackground(true);
+    m_refusalLine->setBackgroundRole(QPalette::ToolTipBase);
+    m_refusalLine->setForegroundRole(QPalette::ToolTipText);
+    m_refusalLine->setFrameShape(QFrame::Box);
+    m_refusalLine->setMargin(2);
+    m_refusalLine->hide();
     m_list1->setObjectName(QStringLiteral("List1"));
     m_list1->hide();
     m_list1->installEventFilter(this);
@@ -58,7 +119,18 @@ void CellEditor::openText(const QModelIndex& cell, const QString& text, const Te
     m_filter = options.filter;
     m_txtedit->setMaxLength(options.maxLength);
     m_txtedit->setText(text);
-    m_txtedit->setGeometry(m_view->visualRect(cell));
+    // A narrow column still gets an editor in which the whole field can be read while typing.
+    QRect rect = m_view->visualRect(cell);
+    if (options.fieldWidth > 0) {
+        const QMargins margins = m_txtedit->textMargins() + m_txtedit->contentsMargins();
+        const int needed = m_txtedit->fontMetrics().averageCharWidth() * options.fieldWidth + margins.left() +
+                           margins.right() + 4 * m_txtedit->style()->pixelMetric(QStyle::PM_DefaultFrameWidth);
+        const int area = m_view->viewport()->width();
+        const int width = qMax(rect.width(), qMin(needed, area));
+        rect.setLeft(qMax(0, qMin(rect.left(), area - width)));
+        rect.setWidth(width);
+    }
+    m_txtedit->setGeometry(rect);
     m_txtedit->show();
     m_txtedit->raise();
     m_txtedit->setFocus();
@@ -140,6 +212,25 @@ void CellEditor::hideEditor(QWidget* editor) {
         m_view->setFocus();
     }
     editor->hide();
+    m_refusalLine->hide();
+}
+
+void CellEditor::refuse(const QString& why) {
+    if (!m_txtedit->isVisible()) {
+        return;
+    }
+    m_refusalLine->setText(why);
+    m_refusalLine->adjustSize();
+    // Under the editor, or above it at the bottom of the grid.
+    const QRect editor = m_txtedit->geometry();
+    const QRect area = m_view->viewport()->rect();
+    int y = editor.bottom() + 1;
+    if (y + m_refusalLine->height() > area.bottom()) {
+        y = qMax(0, editor.top() - m_refusalLine->height());
+    }
+    m_refusalLine->move(qMax(0, qMin(editor.left(), area.right() - m_refusalLine->width())), y);
+    m_refusalLine->show();
+    m_refusalLine->raise();
 }
 
 void CellEditor::hideChoices() {
@@ -165,9 +256,25 @@ bool CellEditor::eventFilter(QObject* watched, QEvent* event) {
         return QObject::eventFilter(watched, event);
     }
     auto* key = static_cast<QKeyEvent*>(event);
+    if ((watched == m_txtedit || watched == m_list1) && isTab(key)) {
+        // Tab leaves the grid, not only the editor: what was typed goes in, then the focus moves on.
+        if (watched == m_txtedit) {
+            commit();
+        } else {
+            hideChoices();
+        }
+        m_view->setFocus();
+        QKeyEvent tab(QEvent::KeyPress, key->key(), key->modifiers());
+        QCoreApplication::sendEvent(m_view, &tab);
+        return true;
+    }
     if (watched == m_txtedit) {
         if (isEnter(key)) {
             commit();
+            return true;
+        }
+        if (key->key() == Qt::Key_Escape && m_escapeCancels) {
+            close();
             return true;
         }
         return filterKey(key);
@@ -194,17 +301,13 @@ bool CellEditor::filterKey(QKeyEvent* event) {
     if (event->key() == Qt::Key_Backspace) {
         return true;
     }
-    if (event->key() == Qt::Key_Tab || event->key() == Qt::Key_Backtab || event->text().isEmpty()) {
+    if (isTab(event) || event->text().isEmpty()) {
         return false;
     }
-    QString allowed;
-    for (const QChar c : event->text().toUpper()) {
-        if (kHexDigits.contains(c)) {
-            allowed.append(c);
-        }
+    if (!event->text().at(0).isPrint()) {
+        return true;
     }
-    if (!allowed.isEmpty()) {
-        m_txtedit->insert(allowed);
-    }
+    // Upper case on the way in; the validator refuses whatever is no hex digit.
+    m_txtedit->insert(event->text().toUpper());
     return true;
 }

@@ -13,6 +13,7 @@
 #include "screens/LocationColumns.h"
 #include "screens/LocationListModel.h"
 #include "screens/MessageBox.h"
+#include "screens/Mnemonics.h"
 #include "screens/RecordGrid.h"
 #include "screens/Session.h"
 #include "screens/SettingsStore.h"
@@ -55,6 +56,8 @@ LocationWindow::LocationWindow(Session& session, QWidget* parent)
 
     m_fg1->setModel(m_model);
     m_fg1->setTypingOpensEditor(true);
+    // Here an edit ends only with Enter or by leaving the cell.
+    m_fg1->editor()->setEscapeCancels(false);
     // Fields are shown in their full width, trailing blanks included: a cell clips what does not fit
     // rather than ending a blank field in an ellipsis.
     m_fg1->setTextElideMode(Qt::ElideNone);
@@ -72,6 +75,7 @@ LocationWindow::LocationWindow(Session& session, QWidget* parent)
     connect(m_fg1, &RecordGrid::cellLeft, this, [this](const QModelIndex& previous) { FG1_LeaveCell(previous.row()); });
     connect(m_fg1->editor(), &CellEditor::textCommitted, this, &LocationWindow::textCommitted);
     connect(m_wiscmd, &QPushButton::clicked, this, &LocationWindow::wiscmd_Click);
+    Mnemonics::assign(this);
 
     Form_Load();
 }
@@ -159,12 +163,21 @@ bool LocationWindow::eventFilter(QObject* watched, QEvent* event) {
 // A printable key replaces the cell's text; a double-click, space, Enter or a control key edits what is
 // there, the caret at the start. Texts are cut to their field when the row is saved, not while typed.
 void LocationWindow::MSHFlexGridEdit(const QModelIndex& cell, const QString& typed) {
-    // The record number is no field.
-    if (!cell.isValid() || cell.column() == 0) {
+    if (!cell.isValid()) {
+        return;
+    }
+    // The record number is no field; Space or Enter on it chooses the location, as a click does.
+    if (cell.column() == 0) {
+        if (typed == QLatin1String(" ") || typed == QLatin1String("\r")) {
+            FG1_Click(cell);
+        }
         return;
     }
     CellEditor::TextOptions options;
     options.caret = CellEditor::Caret::AtStart;
+    if (const int field = LocationColumns::fieldForGridColumn(cell.column()); field >= 0) {
+        options.fieldWidth = Location::width(static_cast<Location::Field>(field));
+    }
     if (typed.isEmpty() || typed.at(0).unicode() <= u' ') {
         m_fg1->editor()->editText(cell, options);
     } else {

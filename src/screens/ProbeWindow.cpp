@@ -6,6 +6,7 @@
 #include "programming/KeyWriter.h"
 #include "programming/ProgrammingImage.h"
 #include "screens/MessageBox.h"
+#include "screens/Mnemonics.h"
 #include "screens/Session.h"
 #include "screens/Ticker.h"
 
@@ -119,6 +120,7 @@ ProbeWindow::ProbeWindow(DowIo& dow, const QString& imagePath, bool check1, Tick
     connect(m_timer3, &Ticker::timeout, this, &ProbeWindow::Timer3_Timer);
     connect(m_ladercmd, &QPushButton::clicked, this, &ProbeWindow::ladercmd_Click);
     connect(m_command1, &QPushButton::clicked, this, &ProbeWindow::portSettingsRequested);
+    Mnemonics::assign(this);
 
     // Form_Load
     m_label1->setText(QStringLiteral("aanbieden Programmeersleutel"));

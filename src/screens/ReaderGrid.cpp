@@ -1,6 +1,7 @@
 #include "screens/ReaderGrid.h"
 
 #include <QHeaderView>
+#include <QKeyEvent>
 
 #include "records/ChangeLog.h"
 #include "records/ReaderFile.h"
@@ -105,16 +106,45 @@ void ReaderGrid::Fg2_Click(const QModelIndex& index) {
     }
 }
 
-void ReaderGrid::Fg2_DblClick(const QModelIndex& index) {
-    if (index.column() == Col::ColName) {
-        editor()->editText(index, {kNameWidth});
-    } else if (index.column() == Col::ColCode) {
-        editor()->editText(index, {kCodeWidth, CellEditor::Filter::HexUpperCase});
+bool ReaderGrid::keyOnCell(const QModelIndex& cell, const QKeyEvent* event) {
+    const bool plain = !(event->modifiers() & ~Qt::KeypadModifier);
+    const int key = event->key();
+    const bool space = plain && key == Qt::Key_Space;
+    const bool open = plain && (key == Qt::Key_F2 || key == Qt::Key_Return || key == Qt::Key_Enter);
+    switch (cell.column()) {
+        case Col::ColFlag:
+        case Col::ColNumber:
+            if (space) {
+                Fg2_Click(cell);
+            }
+            return space;
+        case Col::ColLed:
+        case Col::ColRelay:
+        case Col::ColTime:
+            if (space || open) {
+                Fg2_Click(cell);
+            }
+            return space || open;
+        default:
+            return RecordGrid::keyOnCell(cell, event);
     }
 }
 
-// A typed or picked value goes into its cell, marks the reader as changed (Prog_Flag) and is saved.
+void ReaderGrid::Fg2_DblClick(const QModelIndex& index) {
+    if (index.column() == Col::ColName) {
+        editor()->editText(index, {kNameWidth, CellEditor::Filter::None, CellEditor::Caret::SelectAll, kNameWidth});
+    } else if (index.column() == Col::ColCode) {
+        editor()->editText(index,
+                           {kCodeWidth, CellEditor::Filter::HexUpperCase, CellEditor::Caret::SelectAll, kCodeWidth});
+    }
+}
+
+// A typed or picked value goes into its cell, marks the reader as changed (Prog_Flag) and is saved. A
+// value the cell already holds changes nothing: no cross, no new date.
 void ReaderGrid::cellChanged(const QModelIndex& cell, const QString& text) {
+    if (m_model->cell(cell.row(), cell.column()) == text) {
+        return;
+    }
     m_model->setCell(cell.row(), cell.column(), text);
     m_model->setCell(cell.row(), Col::ColFlag, QStringLiteral("X"));
     record_save(cell.row());

@@ -46,6 +46,11 @@ Q_SIGNALS:
     // Column 1: the access grid with this reader's column at the top.
     void accessRequested(int readerNumber);
 
+protected:
+    // Space does what a click does on the flag, the number and the choice columns; F2 and Enter open
+    // the choice list as well as txtedit.
+    bool keyOnCell(const QModelIndex& cell, const QKeyEvent* event) override;
+
 private:
     void Fg2_Click(const QModelIndex& index);
     void Fg2_DblClick(const QModelIndex& index);

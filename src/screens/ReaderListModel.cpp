@@ -2,6 +2,9 @@
 
 #include <QColor>
 #include <QFont>
+#include <QPalette>
+
+#include "records/KeyHolder.h"
 
 namespace {
 // Fixed-width fields come back padded; the grid shows what was typed.
@@ -28,6 +31,12 @@ QStringList ReaderListModel::rowTexts(int number, const Reader& reader) {
         QString::number(reader.relayTime()),
         trimRight(reader.datum()),
     };
+}
+
+QString ReaderListModel::beyondMapsText(int number) {
+    return QStringLiteral("lezer %1: geen toegang mogelijk, hoogstens %2 lezers")
+        .arg(number)
+        .arg(KeyHolder::kMaxReaders);
 }
 
 QStringList ReaderListModel::newReaderRow(int number) {
@@ -135,16 +144,34 @@ QVariant ReaderListModel::data(const QModelIndex& index, int role) const {
     }
     const bool flagColumn = index.column() == ColFlag;
     const bool highlighted = index.column() == ColNumber && index.row() == m_highlightedRow;
+    const QString& text = m_rows.at(index.row()).at(index.column());
+    const int number = readerNumber(index.row());
+    // Said before a name is typed: the row would become a reader that no key can open.
+    const bool beyondMaps = number > KeyHolder::kMaxReaders;
+    const bool beyondHint = beyondMaps && index.column() == ColName && isNewReaderRow(index.row()) && text.isEmpty();
     switch (role) {
         case Qt::DisplayRole:
+            return beyondHint ? beyondMapsText(number) : text;
         case Qt::EditRole:
-            return m_rows.at(index.row()).at(index.column());
+            return text;
+        case Qt::ToolTipRole:
+            if (beyondMaps && (index.column() == ColNumber || index.column() == ColName)) {
+                return QStringLiteral(
+                           "Lezer %1 kan geen toegang krijgen en niet geprogrammeerd worden: een "
+                           "sleutelhouder heeft plaats voor de lezers 1 tot en met %2.")
+                    .arg(number)
+                    .arg(KeyHolder::kMaxReaders);
+            }
+            return {};
         case Qt::ForegroundRole:
             if (flagColumn) {
                 return QColor(Qt::red);
             }
             if (highlighted) {
                 return QColor(Qt::white);
+            }
+            if (beyondHint) {
+                return QPalette().color(QPalette::Disabled, QPalette::Text);
             }
             return {};
         case Qt::BackgroundRole:

@@ -57,6 +57,10 @@ public:
 
     static QStringList rowTexts(int number, const Reader& reader);
 
+    // What the new-reader row shows in its empty name cell when its number is beyond what a key holder's
+    // maps can hold: such a reader can be kept in the list but never given access nor programmed.
+    static QString beyondMapsText(int number);
+
 private:
     static QStringList newReaderRow(int number);
 

@@ -17,6 +17,8 @@ RecordGrid::RecordGrid(const QString& objectName, QWidget* parent)
     setSelectionMode(QAbstractItemView::SingleSelection);
     setSelectionBehavior(QAbstractItemView::SelectItems);
     setWordWrap(false);
+    // Tab goes on to the window's buttons; the arrow keys move between cells.
+    setTabKeyNavigation(false);
     verticalHeader()->hide();
     horizontalHeader()->setHighlightSections(false);
     connect(this, &QTableView::doubleClicked, this, [this](const QModelIndex& cell) {
@@ -131,7 +133,20 @@ void RecordGrid::saveColumnWidths(SettingsStore& store, const QString& section, 
     WindowSettings::saveColumnWidths(horizontalHeader(), store, section, 0, lastColumn);
 }
 
+bool RecordGrid::keyOnCell(const QModelIndex& cell, const QKeyEvent* event) {
+    const bool plain = !(event->modifiers() & ~Qt::KeypadModifier);
+    const int key = event->key();
+    if (plain && (key == Qt::Key_F2 || key == Qt::Key_Return || key == Qt::Key_Enter)) {
+        Q_EMIT editRequested(cell, QString());
+        return true;
+    }
+    return false;
+}
+
 void RecordGrid::keyPressEvent(QKeyEvent* event) {
+    if (currentIndex().isValid() && !m_editor->isOpen() && keyOnCell(currentIndex(), event)) {
+        return;
+    }
     const QString text = event->text();
     const bool printable = !text.isEmpty() && text.at(0).isPrint() &&
                            !(event->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier));

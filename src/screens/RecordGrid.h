@@ -30,7 +30,7 @@ public:
     CellEditor* editor() const { return m_editor; }
 
     // A printable key typed on a cell asks for that cell's editor with the key (editRequested with the
-    // typed text); otherwise typing on the grid does nothing.
+    // typed text); otherwise typing on the grid does nothing. Tab always leaves the grid.
     void setTypingOpensEditor(bool on) { m_typingOpensEditor = on; }
 
     // Refills the model through load. The top row, the columns scrolled into view and the
@@ -58,12 +58,17 @@ public:
     void saveColumnWidths(SettingsStore& store, const QString& section, int lastColumn) const;
 
 Q_SIGNALS:
-    // A double-click (typed empty) or a printable key typed on the cell (see setTypingOpensEditor).
+    // A double-click, F2 or Enter (typed empty), or a printable key typed on the cell (see
+    // setTypingOpensEditor).
     void editRequested(const QModelIndex& cell, const QString& typed);
     // The current cell is about to move away from previous (an open editor has been committed already).
     void cellLeft(const QModelIndex& previous);
 
 protected:
+    // A key on the current cell (no editor open) that does what the mouse does there. F2 and Enter
+    // ask for the editor a double-click opens (editRequested, typed empty). True when the key was used.
+    virtual bool keyOnCell(const QModelIndex& cell, const QKeyEvent* event);
+
     void keyPressEvent(QKeyEvent* event) override;
     void currentChanged(const QModelIndex& current, const QModelIndex& previous) override;
     void scrollContentsBy(int dx, int dy) override;

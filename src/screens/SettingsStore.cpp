@@ -52,6 +52,10 @@ QString SettingsStore::get(const QString& section, const QString& key, const QSt
     return m_settings->value(paths.first()).toString();
 }
 
+bool SettingsStore::contains(const QString& section, const QString& key) const {
+    return m_settings->contains(keyPath(section, key));
+}
+
 void SettingsStore::save(const QString& section, const QString& key, const QString& value) {
     QStringList paths = spellings(section, key);
     QString path;

@@ -20,6 +20,8 @@ public:
 
     // The stored text, or defaultValue unchanged when the section or key does not exist.
     QString get(const QString& section, const QString& key, const QString& defaultValue) const;
+    // Whether the key has been stored (any value, an empty one included).
+    bool contains(const QString& section, const QString& key) const;
     // Creates the section and key as needed and overwrites an earlier value.
     void save(const QString& section, const QString& key, const QString& value);
 

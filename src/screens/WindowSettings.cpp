@@ -3,6 +3,7 @@
 #include <QGuiApplication>
 #include <QHeaderView>
 #include <QScreen>
+#include <QStyle>
 #include <QWidget>
 #include <algorithm>
 #include <cmath>
@@ -86,6 +87,16 @@ QRect fitOnScreen(double x, double y, double width, double height, const QRect& 
     return QRect(left, top, fittedWidth, fittedHeight);
 }
 
+int headerTextPixels(const QHeaderView* header, int column) {
+    const QString text =
+        header->model() ? header->model()->headerData(column, header->orientation()).toString() : QString();
+    if (text.isEmpty()) {
+        return 0;
+    }
+    const int margin = header->style()->pixelMetric(QStyle::PM_HeaderMargin, nullptr, header);
+    return header->fontMetrics().horizontalAdvance(text) + 4 * margin;
+}
+
 void restoreColumnWidths(QHeaderView* header, const SettingsStore& store, const QString& section, MinWidthRule rule,
                          int first, int last, const QString& defaultText) {
     const int dpi = header->logicalDpiX();
@@ -93,10 +104,12 @@ void restoreColumnWidths(QHeaderView* header, const SettingsStore& store, const 
     const int widest = std::max(availableArea(header, header->mapToGlobal(QPoint(0, 0))).width(), 1);
     header->setMinimumSectionSize(0);
     for (int column = first; column <= last && column < header->count(); ++column) {
+        const bool stored = store.contains(section, colwidthKey(column));
         const int twips = restoredColumnTwips(rule, column, store.get(section, colwidthKey(column), defaultText));
         header->setSectionHidden(column, twips == 0);
         if (twips > 0) {
-            header->resizeSection(column, int(std::lround(std::min(twipsToPixelsExact(twips, dpi), double(widest)))));
+            const int pixels = int(std::lround(std::min(twipsToPixelsExact(twips, dpi), double(widest))));
+            header->resizeSection(column, stored ? pixels : qMax(pixels, headerTextPixels(header, column)));
         }
     }
 }

@@ -25,7 +25,12 @@ constexpr int kMinColumnTwips = 200;
 // The width a column opens at, given the text read for it.
 int restoredColumnTwips(MinWidthRule rule, int column, const QString& storedText);
 
-// Reads colwidth(first)..colwidth(last) of the section (each with its default) and applies them.
+// The width that shows a column's header text whole.
+int headerTextPixels(const QHeaderView* header, int column);
+
+// Reads colwidth(first)..colwidth(last) of the section (each with its default) and applies them. A
+// column without a stored width opens at least as wide as its header text; a stored one is taken as it
+// is, with the rule's minimum.
 void restoreColumnWidths(QHeaderView* header, const SettingsStore& store, const QString& section, MinWidthRule rule,
                          int first, int last, const QString& defaultText);
 void saveColumnWidths(const QHeaderView* header, SettingsStore& store, const QString& section, int first, int last);

@@ -3,7 +3,9 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
+#include <QSet>
 #include <QSettings>
+#include <QSignalSpy>
 #include <QTableView>
 
 #include "app/AboutDialog.h"
@@ -11,7 +13,9 @@
 #include "records/ReaderFile.h"
 #include "screens/AccessGrid.h"
 #include "screens/AccessWindow.h"
+#include "screens/LocationWindow.h"
 #include "screens/MessageBox.h"
+#include "screens/Mnemonics.h"
 #include "screens/ReaderGrid.h"
 #include "screens/ReaderListModel.h"
 #include "screens/Session.h"
@@ -21,6 +25,7 @@
 #include "support/VerifyStatus.h"
 
 using Col = ReaderListModel::Column;
+using WindowSettings::headerTextPixels;
 using WindowSettings::pixelsToTwips;
 using WindowSettings::twipsToPixels;
 
@@ -104,22 +109,36 @@ private Q_SLOTS:
         QCOMPARE(window.width(), twipsToPixels(9000, dpiX));
         QCOMPARE(window.height(), twipsToPixels(3500, dpiY));
         const QHeaderView* header = window.grid()->view()->horizontalHeader();
+        // A first start reads every header whole: "aantalsleutels" is wider than 900 twips.
+        QVERIFY(headerTextPixels(header, Col::ColKeyCount) > twipsToPixels(900, dpiX));
         for (int c = 0; c <= 5; ++c) {
-            QCOMPARE(header->sectionSize(c), twipsToPixels(900, dpiX));
+            const int atLeast = qMax(twipsToPixels(900, dpiX), headerTextPixels(header, c));
+            // The name, the code and the LED text fit what the rows show as well.
+            QCOMPARE(header->sectionSize(c),
+                     c < Col::ColName
+                         ? atLeast
+                         : qMax(atLeast, static_cast<const QAbstractItemView*>(window.grid())->sizeHintForColumn(c)));
         }
+        QVERIFY(header->sectionSize(Col::ColName) >=
+                window.grid()->fontMetrics().horizontalAdvance(QStringLiteral("nieuwe lezer")));
+        const int keyCountWidth = header->sectionSize(Col::ColKeyCount);
 
         // The port could not be opened; the program runs on and says so.
         QVERIFY(!fx.app->line().isOpen());
         const QString status = window.findChild<QLabel*>("statuslbl")->text();
         QVERIFY2(status.contains("niet verbonden"), qPrintable(status));
-        QVERIFY2(status.contains(QDir::toNativeSeparators(fx.home())), qPrintable(status));
+        // The folder is in the tool tip, whole; the line itself carries no path.
+        QVERIFY2(!status.contains(QDir::toNativeSeparators(fx.home())), qPrintable(status));
+        const QString tip = window.findChild<QLabel*>("statuslbl")->toolTip();
+        QVERIFY2(tip.contains("Programmamap: " + QDir::toNativeSeparators(QDir::cleanPath(fx.home()))),
+                 qPrintable(tip));
         QCOMPARE(MessageBox::takeShown().size(), 0);
 
         window.close();
         SettingsStore store(fx.ini());
         QCOMPARE(store.get("startfrm", "width", "?"), QString::number(pixelsToTwips(twipsToPixels(9000, dpiX), dpiX)));
         QCOMPARE(store.get("startfrm", "height", "?"), QString::number(pixelsToTwips(twipsToPixels(3500, dpiY), dpiY)));
-        QCOMPARE(store.get("FG2", "colwidth(3)", "?"), QString::number(pixelsToTwips(twipsToPixels(900, dpiX), dpiX)));
+        QCOMPARE(store.get("FG2", "colwidth(3)", "?"), QString::number(pixelsToTwips(keyCountWidth, dpiX)));
         QCOMPARE(store.get("startfrm", "subdir", "?"), QString());
         QCOMPARE(store.get("startfrm", "poort", "?"), QString("1"));
     }
@@ -358,6 +377,72 @@ private Q_SLOTS:
         QVERIFY(!file.read(2).value.isChanged());
         QCOMPARE(model->cell(1, Col::ColFlag), QString());
         QVERIFY(file.read(1).value.isChanged());
+    }
+
+    // Every button is reached with Alt and a letter of its caption; the captions stay as they were.
+    void everyButtonHasAnAltLetter_data() {
+        QTest::addColumn<QString>("window");
+        QTest::addColumn<QStringList>("captions");
+        QTest::newRow("startfrm") << "startfrm" << QStringList{"Locaties", "Sleutelhouders", "Verwijderen", "Versie",
+                                                               "Help",     "Einde",          "Poort...",    "Probe..."};
+        QTest::newRow("sleutelfrm") << "sleutelfrm" << QStringList{" Zoeken", "Help", "Nieuw", "Sluiten"};
+        QTest::newRow("Locatiefrm") << "Locatiefrm" << QStringList{"Wissen"};
+    }
+    void everyButtonHasAnAltLetter() {
+        QFETCH(QString, window);
+        QFETCH(QStringList, captions);
+        AppFixture fx;
+        StartWindow& start = fx.start();
+        start.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&start));
+        QWidget* shown = &start;
+        if (window == "sleutelfrm") {
+            QTest::mouseClick(start.findChild<QPushButton*>("persoonbtn"), Qt::LeftButton);
+            for (QWidget* w : QApplication::topLevelWidgets()) {
+                if (w->objectName() == window && w->isVisible()) {
+                    shown = w;
+                }
+            }
+        } else if (window == "Locatiefrm") {
+            shown = start.openLocations();
+        }
+        QCOMPARE(shown->objectName(), window);
+        QStringList found;
+        QSet<QKeySequence> keys;
+        for (QPushButton* button : shown->findChildren<QPushButton*>()) {
+            found.append(button->text());
+            const QKeySequence key = Mnemonics::of(button);
+            QVERIFY2(!key.isEmpty(), qPrintable(button->text()));
+            QCOMPARE(key[0].keyboardModifiers(), Qt::AltModifier);
+            QVERIFY2(button->text().toUpper().contains(QChar(key[0].key())), qPrintable(button->text()));
+            QVERIFY2(button->toolTip().contains(key.toString(QKeySequence::NativeText)), qPrintable(button->toolTip()));
+            keys.insert(key);
+        }
+        found.sort();
+        captions.sort();
+        QCOMPARE(found, captions);
+        QCOMPARE(keys.size(), captions.size());
+    }
+
+    void altLetterPressesTheButton() {
+        AppFixture fx;
+        StartWindow& window = fx.start();
+        window.show();
+        window.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        auto* help = window.findChild<QPushButton*>("CmdHelp");
+        QCOMPARE(Mnemonics::of(help), QKeySequence(Qt::ALT | Qt::Key_H));
+        QTest::keyClick(window.grid(), Qt::Key_H, Qt::AltModifier);
+        QCOMPARE(help->text(), QString("X Help"));
+        // The letter stays with the button whatever its caption says now.
+        QTest::keyClick(window.grid(), Qt::Key_H, Qt::AltModifier);
+        QCOMPARE(help->text(), QString("Help"));
+        // A hidden button is not pressed by its letter.
+        auto* probe = window.findChild<QPushButton*>("simprobebtn");
+        QVERIFY(probe->isHidden());
+        QSignalSpy pressed(probe, &QPushButton::clicked);
+        QTest::keyClick(window.grid(), Mnemonics::of(probe)[0].key(), Qt::AltModifier);
+        QCOMPARE(pressed.size(), 0);
     }
 
     void accessWindowMarksTheReaders_data() {

@@ -23,23 +23,37 @@ private Q_SLOTS:
         QTest::addColumn<QString>("text");
         QTest::addColumn<QByteArray>("bytes");
         QTest::addColumn<QString>("back");
-        QTest::newRow("e acute") << QString::fromUtf8("Café") << QByteArray("Caf\xE9") << QString::fromUtf8("Café");
+        QTest::addColumn<QString>("refused");
+        QTest::newRow("e acute") << QString::fromUtf8("Café") << QByteArray("Caf\xE9") << QString::fromUtf8("Café")
+                                 << "";
         QTest::newRow("e with a combining accent")
-            << QString::fromUtf8("Cafe\u0301") << QByteArray("Caf\xE9") << QString::fromUtf8("Café");
-        QTest::newRow("euro") << QString::fromUtf8("€ 5") << QByteArray("\x80 5") << QString::fromUtf8("€ 5");
+            << QString::fromUtf8("Cafe\u0301") << QByteArray("Caf\xE9") << QString::fromUtf8("Café") << "";
+        QTest::newRow("euro") << QString::fromUtf8("€ 5") << QByteArray("\x80 5") << QString::fromUtf8("€ 5") << "";
         QTest::newRow("0x80-0x9F") << QString::fromUtf8("ŠœŸ™…") << QByteArray("\x8A\x9C\x9F\x99\x85")
-                                   << QString::fromUtf8("ŠœŸ™…");
-        QTest::newRow("outside: ?") << QString::fromUtf8("a中b") << QByteArray("a?b") << "a?b";
-        QTest::newRow("outside BMP: one ?") << QString::fromUtf8("x😀y") << QByteArray("x?y") << "x?y";
-        QTest::newRow("C1 without a glyph") << QString(QChar(0x0083)) << QByteArray("?") << "?";
+                                   << QString::fromUtf8("ŠœŸ™…") << "";
+        QTest::newRow("a question mark is no refusal") << "wat?" << QByteArray("wat?") << "wat?"
+                                                       << "";
+        QTest::newRow("outside: ?") << QString::fromUtf8("a中b") << QByteArray("a?b") << "a?b"
+                                    << QString::fromUtf8("中");
+        QTest::newRow("L with stroke") << QString::fromUtf8("Łódź")
+                                       << QByteArray(
+                                              "?\xF3"
+                                              "d?")
+                                       << QString::fromUtf8("?ód?") << QString::fromUtf8("Ł");
+        QTest::newRow("outside BMP: one ?")
+            << QString::fromUtf8("x😀y") << QByteArray("x?y") << "x?y" << QString::fromUtf8("😀");
+        QTest::newRow("C1 without a glyph")
+            << QString(QChar(0x0083)) << QByteArray("?") << "?" << QString(QChar(0x0083));
     }
 
     void cp1252() {
         QFETCH(QString, text);
         QFETCH(QByteArray, bytes);
         QFETCH(QString, back);
+        QFETCH(QString, refused);
         QCOMPARE(Cp1252::encode(text), bytes);
         QCOMPARE(Cp1252::decode(bytes), back);
+        QCOMPARE(Cp1252::firstUnencodable(text), refused);
     }
 
     void cp1252EveryByteSurvives() {

@@ -225,6 +225,31 @@ private Q_SLOTS:
         m_fx->session.fileOps = nullptr;
     }
 
+    // By keyboard: Space steps a reader cell as a click does, F2 opens a text cell, Escape drops the edit.
+    void keyboardOnTheAccessGrid() {
+        const QByteArray readerFile = readers(2);
+        writeFiles(readerFile, {holder(1, "Een")});
+        open();
+        const int column = Col::kFirstReaderColumn + 1;
+        grid()->setCurrentIndex(model()->index(0, column));
+        QTest::keyClick(grid(), Qt::Key_Space);
+        QCOMPARE(colour(0, column), kGreen);
+        QCOMPARE(readersOnDisk(), marked(readerFile, 1));
+
+        const QByteArray holders = holdersOnDisk();
+        grid()->setCurrentIndex(model()->index(0, Col::ColNaam));
+        QTest::keyClick(grid(), Qt::Key_F2);
+        QVERIFY(txtedit()->isVisible());
+        type(txtedit(), "Twee");
+        QTest::keyClick(txtedit(), Qt::Key_Escape);
+        QVERIFY(!txtedit()->isVisible());
+        QTest::keyClick(grid(), Qt::Key_Return);
+        QVERIFY(txtedit()->isVisible());
+        QTest::keyClick(txtedit(), Qt::Key_Return);
+        QCOMPARE(holdersOnDisk(), holders);
+        QCOMPARE(grid()->currentIndex(), model()->index(0, Col::ColNaam));
+    }
+
     void threeClicksGoRoundTheCycle() {
         const QByteArray readerFile = readers(2);
         writeFiles(readerFile, {holder(1, "Een")});

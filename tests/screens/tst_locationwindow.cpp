@@ -12,6 +12,7 @@
 #include "support/RecordFixtures.h"
 
 using namespace GridDriver;
+using WindowSettings::headerTextPixels;
 using WindowSettings::pixelsToTwips;
 using WindowSettings::twipsToPixels;
 
@@ -132,7 +133,11 @@ private Q_SLOTS:
         const int dpiX = m_window->logicalDpiX();
         for (int c = 0; c < headers.size(); ++c) {
             QCOMPARE(model()->headerData(c, Qt::Horizontal).toString(), headers.at(c));
-            QCOMPARE(view()->horizontalHeader()->sectionSize(c), twipsToPixels(twips.at(c), dpiX));
+            // Where nothing is stored yet, the header is read whole; a stored width is kept as it is.
+            const bool isStored = stored.filter(QStringLiteral("colwidth(%1)=").arg(c)).size() == 1;
+            const int pixels = twipsToPixels(twips.at(c), dpiX);
+            QCOMPARE(view()->horizontalHeader()->sectionSize(c),
+                     isStored ? pixels : qMax(pixels, headerTextPixels(view()->horizontalHeader(), c)));
         }
         QCOMPARE(m_window->windowTitle(), QString("Locaties"));
         QCOMPARE(m_window->windowModality(), Qt::ApplicationModal);
@@ -158,8 +163,10 @@ private Q_SLOTS:
         row("Enter", kTown, "\r", town, 0);
         row("Backspace", kTown, "\b", town, 0);
         row("Ctrl+E", kTown, "\x05", town, 0);
+        row("F2", kTown, "F2", town, 0);
         row("the number column takes no typing", 0, "7", "", 0);
         row("nor Enter", 0, "\r", "", 0);
+        row("nor F2", 0, "F2", "", 0);
     }
     void openingTheEditor() {
         QFETCH(int, column);
@@ -171,6 +178,8 @@ private Q_SLOTS:
         view()->setCurrentIndex(model()->index(0, column));
         if (key == "double-click") {
             doubleClick(view(), 0, column);
+        } else if (key == "F2") {
+            QTest::keyClick(view(), Qt::Key_F2);
         } else {
             // Printable keys have the code of their upper-case character.
             const bool ctrl = key == "\x05";
@@ -188,7 +197,7 @@ private Q_SLOTS:
         }
         QCOMPARE(txtedit()->text(), text);
         QCOMPARE(txtedit()->cursorPosition(), caret);
-        QCOMPARE(txtedit()->geometry(), view()->visualRect(model()->index(0, column)));
+        QVERIFY(coversCell(txtedit(), view(), model()->index(0, column)));
 
         QTest::keyClick(txtedit(), Qt::Key_Escape);
         QVERIFY(txtedit()->isVisible());
@@ -388,23 +397,34 @@ private Q_SLOTS:
         QTest::addColumn<QString>("map");
         QTest::addColumn<QString>("folder");
         QTest::addColumn<bool>("folderExists");
+        QTest::addColumn<int>("key");  // 0: a click on the number; else that key on it
         const auto row = [](const char* name, const QString& location, const QString& map, const QString& folder,
-                            bool folderExists) { QTest::newRow(name) << location << map << folder << folderExists; };
-        row("empty Map: the name's first 12 characters", "Kantoor Ede Zuid", "", "Kantoor Ede", false);
-        row("a Map of its own, folder there", "Magazijn", "mag", "mag", true);
-        row("a Map of its own, folder made", "Magazijn", "mag2", "mag2", false);
+                            bool folderExists, int key) {
+            QTest::newRow(name) << location << map << folder << folderExists << key;
+        };
+        row("empty Map: the name's first 12 characters", "Kantoor Ede Zuid", "", "Kantoor Ede", false, 0);
+        row("a Map of its own, folder there", "Magazijn", "mag", "mag", true, 0);
+        row("a Map of its own, folder made", "Magazijn", "mag2", "mag2", false, 0);
+        row("Enter on the number", "Magazijn", "mag", "mag", true, int(Qt::Key_Return));
+        row("Space on the number", "Magazijn", "mag", "mag", true, int(Qt::Key_Space));
     }
     void choosingALocation() {
         QFETCH(QString, name);
         QFETCH(QString, map);
         QFETCH(QString, folder);
         QFETCH(bool, folderExists);
+        QFETCH(int, key);
         if (folderExists) {
             QVERIFY(QDir(bestanden()).mkdir(folder));
         }
         open(sites({"Noord", name}, {"", map}));
         QSignalSpy chosen(m_window.get(), &LocationWindow::locationChosen);
-        click(view(), 1, 0);
+        if (key == 0) {
+            click(view(), 1, 0);
+        } else {
+            view()->setCurrentIndex(model()->index(1, 0));
+            QTest::keyClick(view(), Qt::Key(key), Qt::NoModifier);
+        }
 
         QCOMPARE(chosen.size(), 1);
         QCOMPARE(chosen.at(0).at(0).toString(), name);

@@ -1,4 +1,10 @@
 #include <QAbstractItemModelTester>
+#include <QClipboard>
+#include <QLabel>
+#include <QMimeData>
+#include <QPushButton>
+#include <QScopeGuard>
+#include <QVBoxLayout>
 #include <cerrno>
 #include <cstring>
 
@@ -46,6 +52,10 @@ private:
     QTableView* view() const { return m_grid->view(); }
     QLineEdit* txtedit() const { return m_grid->findChild<QLineEdit*>(QStringLiteral("txtedit")); }
     QListWidget* list1() const { return m_grid->findChild<QListWidget*>(QStringLiteral("List1")); }
+    QByteArray fileBytes() const {
+        QFile file(m_fx->readerPath());
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
 
 private Q_SLOTS:
     void init() {
@@ -174,7 +184,7 @@ private Q_SLOTS:
 
         doubleClick(view(), 1, column);
         QVERIFY(txtedit()->isVisible());
-        QCOMPARE(txtedit()->geometry(), view()->visualRect(model()->index(1, column)));
+        QVERIFY(coversCell(txtedit(), view(), model()->index(1, column)));
         type(txtedit(), typed);
         QTest::keyClick(txtedit(), Qt::Key_Return);
 
@@ -207,22 +217,24 @@ private Q_SLOTS:
     }
 
     void choicesStoreTheMode_data() {
+        QTest::addColumn<int>("startMode");
         QTest::addColumn<int>("column");
         QTest::addColumn<QString>("choice");
         QTest::addColumn<int>("mode");
         QTest::addColumn<int>("relayTime");
-        QTest::newRow("Extern Invers") << int(Col::ColLed) << "Extern Invers" << 10 << 5;
-        QTest::newRow("Extern") << int(Col::ColLed) << "Extern" << 26 << 5;
-        QTest::newRow("Intern after Extern Invers") << int(Col::ColLed) << "Intern" << 18 << 5;
-        QTest::newRow("Houd") << int(Col::ColRelay) << "Houd" << 14 << 5;
-        QTest::newRow("relay time") << int(Col::ColTime) << "25" << 10 << 25;
+        QTest::newRow("Extern Invers") << 18 << int(Col::ColLed) << "Extern Invers" << 10 << 5;
+        QTest::newRow("Extern") << 10 << int(Col::ColLed) << "Extern" << 26 << 5;
+        QTest::newRow("Intern after Extern Invers") << 10 << int(Col::ColLed) << "Intern" << 18 << 5;
+        QTest::newRow("Houd") << 10 << int(Col::ColRelay) << "Houd" << 14 << 5;
+        QTest::newRow("relay time") << 10 << int(Col::ColTime) << "25" << 10 << 25;
     }
     void choicesStoreTheMode() {
+        QFETCH(int, startMode);
         QFETCH(int, column);
         QFETCH(QString, choice);
         QFETCH(int, mode);
         QFETCH(int, relayTime);
-        Reader r = GridFixture::reader("Deur", "00AA00", 10);
+        Reader r = GridFixture::reader("Deur", "00AA00", quint8(startMode));
         r.setRelayTime(5);
         open({r});
         click(view(), 0, column);
@@ -275,6 +287,234 @@ private Q_SLOTS:
         click(view(), 1, Col::ColFlag);
         QCOMPARE(programs.size(), 1);
         QCOMPARE(programs.at(0).at(0).toInt(), 2);
+    }
+
+    // The keyboard reaches every cell the mouse does: F2 and Enter where a double-click opens txtedit,
+    // Space and Enter where a click opens List1, Space where a click starts a key or the access grid.
+    void keyboardOpensWhatTheMouseOpens_data() {
+        QTest::addColumn<int>("column");
+        QTest::addColumn<int>("key");
+        QTest::addColumn<QString>("opens");  // "txtedit", "List1", "program", "access" or "" for nothing
+        QTest::newRow("F2 on the name") << int(Col::ColName) << int(Qt::Key_F2) << "txtedit";
+        QTest::newRow("Enter on the code") << int(Col::ColCode) << int(Qt::Key_Return) << "txtedit";
+        QTest::newRow("Space on the name: no typing opens it here") << int(Col::ColName) << int(Qt::Key_Space) << "";
+        QTest::newRow("a letter on the name") << int(Col::ColName) << int(Qt::Key_A) << "";
+        QTest::newRow("F2 on the key count") << int(Col::ColKeyCount) << int(Qt::Key_F2) << "";
+        QTest::newRow("Space on LED") << int(Col::ColLed) << int(Qt::Key_Space) << "List1";
+        QTest::newRow("Enter on relay") << int(Col::ColRelay) << int(Qt::Key_Return) << "List1";
+        QTest::newRow("F2 on relay time") << int(Col::ColTime) << int(Qt::Key_F2) << "List1";
+        QTest::newRow("Space on column 0") << int(Col::ColFlag) << int(Qt::Key_Space) << "program";
+        QTest::newRow("Enter on column 0 starts nothing") << int(Col::ColFlag) << int(Qt::Key_Return) << "";
+        QTest::newRow("Space on the number") << int(Col::ColNumber) << int(Qt::Key_Space) << "access";
+    }
+    void keyboardOpensWhatTheMouseOpens() {
+        QFETCH(int, column);
+        QFETCH(int, key);
+        QFETCH(QString, opens);
+        open({GridFixture::reader("Deur", "00AA00", 10)});
+        QSignalSpy programs(m_grid.get(), &ReaderGrid::programKeyRequested);
+        QSignalSpy access(m_grid.get(), &ReaderGrid::accessRequested);
+        view()->setCurrentIndex(model()->index(0, column));
+        const QString text = key == Qt::Key_Space ? " " : key == Qt::Key_A ? "a" : key == Qt::Key_Return ? "\r" : "";
+        QKeyEvent press(QEvent::KeyPress, key, Qt::NoModifier, text);
+        QApplication::sendEvent(view(), &press);
+        QCOMPARE(txtedit()->isVisible(), opens == "txtedit");
+        QCOMPARE(list1()->isVisible(), opens == "List1");
+        QCOMPARE(programs.size(), opens == "program" ? 1 : 0);
+        QCOMPARE(access.size(), opens == "access" ? 1 : 0);
+        if (opens == "txtedit") {
+            QCOMPARE(txtedit()->text(), model()->cell(0, column));
+        }
+    }
+
+    void arrowsAndEnterPickFromList1() {
+        open({GridFixture::reader("Deur", "00AA00", 10)});
+        view()->setCurrentIndex(model()->index(0, Col::ColLed));
+        QTest::keyClick(view(), Qt::Key_Space);
+        QVERIFY(list1()->isVisible());
+        QCOMPARE(list1()->currentItem()->text(), QString("Extern Invers"));
+        QTest::keyClick(list1(), Qt::Key_Up);
+        QTest::keyClick(list1(), Qt::Key_Return);
+        QVERIFY(!list1()->isVisible());
+        QCOMPARE(int(m_fx->readBack(1).mode()), 26);
+        QCOMPARE(view()->currentIndex(), model()->index(0, Col::ColLed));
+    }
+
+    void escapeClosesWithoutSaving() {
+        open({GridFixture::reader("Deur", "00AA00")});
+        const QByteArray before = fileBytes();
+        view()->setCurrentIndex(model()->index(0, Col::ColName));
+        QTest::keyClick(view(), Qt::Key_F2);
+        type(txtedit(), "Achterdeur");
+        QTest::keyClick(txtedit(), Qt::Key_Escape);
+        QVERIFY(!txtedit()->isVisible());
+        QCOMPARE(model()->cell(0, Col::ColName), QString("Deur"));
+        QCOMPARE(model()->cell(0, Col::ColFlag), QString());
+        QCOMPARE(fileBytes(), before);
+        // Moving on afterwards commits nothing either.
+        view()->setCurrentIndex(model()->index(0, Col::ColCode));
+        QCOMPARE(fileBytes(), before);
+    }
+
+    // What the user confirms without changing it is not a change: no cross, no date, not a byte written.
+    void enterWithoutChangeWritesNothing_data() {
+        QTest::addColumn<int>("column");
+        QTest::newRow("name") << int(Col::ColName);
+        QTest::newRow("code") << int(Col::ColCode);
+        QTest::newRow("LED, the same choice") << int(Col::ColLed);
+        QTest::newRow("relay time, the same choice") << int(Col::ColTime);
+    }
+    void enterWithoutChangeWritesNothing() {
+        QFETCH(int, column);
+        Reader r = GridFixture::reader("Deur", "00AA00", 10);
+        r.setRelayTime(5);
+        open({r});
+        const QByteArray before = fileBytes();
+        view()->setCurrentIndex(model()->index(0, column));
+        QTest::keyClick(view(), Qt::Key_Return);
+        QWidget* editor = column == Col::ColName || column == Col::ColCode ? static_cast<QWidget*>(txtedit())
+                                                                           : static_cast<QWidget*>(list1());
+        QVERIFY(editor->isVisible());
+        QTest::keyClick(editor, Qt::Key_Return);
+        QVERIFY(!editor->isVisible());
+        QCOMPARE(model()->cell(0, Col::ColFlag), QString());
+        QCOMPARE(fileBytes(), before);
+    }
+
+    // Text reaches txtedit typed, pasted or dropped; each way meets the same refusal.
+    void refusedWhateverWayTextArrives_data() {
+        QTest::addColumn<int>("column");
+        QTest::addColumn<QString>("how");  // "typed", "pasted" or "dropped"
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("kept");  // what txtedit holds afterwards; the refusal line shows otherwise
+        QTest::newRow("pasted name into the code") << int(Col::ColCode) << "pasted"
+                                                   << "Hoofdi"
+                                                   << "";
+        QTest::newRow("pasted hex, lower case") << int(Col::ColCode) << "pasted"
+                                                << "a1b2"
+                                                << "A1B2";
+        QTest::newRow("pasted hex with a blank") << int(Col::ColCode) << "pasted"
+                                                 << "A1 B2"
+                                                 << "";
+        QTest::newRow("dropped name into the code") << int(Col::ColCode) << "dropped" << QString("Hoofdi") << "";
+        QTest::newRow("dropped L with stroke into the name")
+            << int(Col::ColName) << "dropped" << QString::fromUtf8("Łódź") << "";
+        QTest::newRow("dropped hex") << int(Col::ColCode) << "dropped" << QString("f00d") << "F00D";
+        QTest::newRow("typed G in the code") << int(Col::ColCode) << "typed"
+                                             << "1G"
+                                             << "1";
+        QTest::newRow("pasted L with stroke into the name")
+            << int(Col::ColName) << "pasted" << QString::fromUtf8("Łódź") << "";
+        QTest::newRow("typed L with stroke") << int(Col::ColName) << "typed" << QString::fromUtf8("aŁ") << "a";
+        QTest::newRow("euro sign fits the code page")
+            << int(Col::ColName) << "typed" << QString::fromUtf8("€ 5") << QString::fromUtf8("€ 5");
+        QTest::newRow("accent composed on paste")
+            << int(Col::ColName) << "pasted" << QString::fromUtf8("Cafe\u0301") << QString::fromUtf8("Cafe\u0301");
+    }
+    void refusedWhateverWayTextArrives() {
+        QFETCH(int, column);
+        QFETCH(QString, how);
+        QFETCH(QString, text);
+        QFETCH(QString, kept);
+        open({GridFixture::reader("Deur", "00AA00")});
+        const QByteArray before = fileBytes();
+        view()->setCurrentIndex(model()->index(0, column));
+        QTest::keyClick(view(), Qt::Key_F2);
+        QVERIFY(txtedit()->isVisible());
+        txtedit()->clear();
+        if (how == "pasted") {
+            QGuiApplication::clipboard()->setText(text);
+            txtedit()->paste();
+        } else if (how == "dropped") {
+            QMimeData mime;
+            mime.setText(text);
+            QDragEnterEvent enter(QPoint(2, 2), Qt::CopyAction, &mime, Qt::LeftButton, Qt::NoModifier);
+            QApplication::sendEvent(txtedit(), &enter);
+            QDropEvent drop(QPointF(2, 2), Qt::CopyAction, &mime, Qt::LeftButton, Qt::NoModifier);
+            QApplication::sendEvent(txtedit(), &drop);
+        } else {
+            // Key by key, as a keyboard with these letters sends them.
+            for (const QChar c : text) {
+                QKeyEvent press(QEvent::KeyPress, c.isDigit() || c.isLetter() ? c.toUpper().unicode() : 0,
+                                Qt::NoModifier, QString(c));
+                QApplication::sendEvent(txtedit(), &press);
+            }
+        }
+        QCOMPARE(txtedit()->text(), kept);
+        auto* refusal = m_grid->findChild<QLabel*>("weigering");
+        const bool refused = kept != text && !(how != "typed" && kept == text.toUpper());
+        QCOMPARE(refusal->isVisible(), refused);
+        if (refused) {
+            QVERIFY2(refusal->text().contains(column == Col::ColCode ? "0-9 en A-F" : "niet in de "),
+                     qPrintable(refusal->text()));
+        }
+        QTest::keyClick(txtedit(), Qt::Key_Escape);
+        QVERIFY(!refusal->isVisible());
+        QCOMPARE(fileBytes(), before);
+    }
+
+    void theCurrentCellStaysAfterASave() {
+        open({GridFixture::reader("Deur", "00AA00"), GridFixture::reader("Poort", "00BB00")});
+        view()->setCurrentIndex(model()->index(1, Col::ColName));
+        QTest::keyClick(view(), Qt::Key_F2);
+        type(txtedit(), "Hek");
+        QTest::keyClick(txtedit(), Qt::Key_Return);
+        QCOMPARE(m_fx->readBack(2).lezerNaam().trimmed(), QString("Hek"));
+        // The grid reads the file it follows again after the save; the cell stays.
+        QTRY_VERIFY_WITH_TIMEOUT(m_ticks.armedCount() > 0, 10000);
+        m_ticks.advance(RecordGrid::kFollowQuietMs);
+        QCOMPARE(view()->currentIndex(), model()->index(1, Col::ColName));
+    }
+
+    void tabLeavesTheGrid() {
+        open({GridFixture::reader("Deur", "00AA00")});
+        QWidget window;
+        auto* layout = new QVBoxLayout(&window);
+        const auto giveBack = qScopeGuard([this] { m_grid->setParent(nullptr); });
+        layout->addWidget(m_grid.get());
+        auto* after = new QPushButton("Verder", &window);
+        layout->addWidget(after);
+        window.show();
+        window.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        view()->setFocus();
+        view()->setCurrentIndex(model()->index(0, Col::ColName));
+        QTest::keyClick(view(), Qt::Key_Tab);
+        QVERIFY(after->hasFocus());
+        QCOMPARE(view()->currentIndex(), model()->index(0, Col::ColName));
+        // From an open editor too, once what was typed is in.
+        view()->setFocus();
+        QTest::keyClick(view(), Qt::Key_F2);
+        type(txtedit(), "Hek");
+        QTest::keyClick(txtedit(), Qt::Key_Tab);
+        QVERIFY(!txtedit()->isVisible());
+        QVERIFY(after->hasFocus());
+        QCOMPARE(m_fx->readBack(1).lezerNaam().trimmed(), QString("Hek"));
+    }
+
+    // A key holder's maps hold readers 1 to 128; the new-reader row says so before a 129th is named.
+    void aReaderBeyondTheMapsIsShownAsSuch_data() {
+        QTest::addColumn<int>("readers");
+        QTest::addColumn<bool>("beyond");
+        QTest::newRow("new row 128") << 127 << false;
+        QTest::newRow("new row 129") << 128 << true;
+    }
+    void aReaderBeyondTheMapsIsShownAsSuch() {
+        QFETCH(int, readers);
+        QFETCH(bool, beyond);
+        QList<Reader> list;
+        for (int i = 0; i < readers; ++i) {
+            list.append(GridFixture::reader(QStringLiteral("Lezer %1").arg(i + 1), "000000"));
+        }
+        open(list);
+        const QModelIndex name = model()->index(readers, Col::ColName);
+        QCOMPARE(model()->data(name, Qt::DisplayRole).toString(),
+                 beyond ? ReaderListModel::beyondMapsText(readers + 1) : QString());
+        QCOMPARE(model()->data(name, Qt::EditRole).toString(), QString());
+        QCOMPARE(model()->data(model()->index(readers, Col::ColNumber), Qt::ToolTipRole).isValid(), beyond);
+        // The editor opens empty, not with the warning.
+        doubleClick(view(), readers, Col::ColName);
+        QCOMPARE(txtedit()->text(), QString());
     }
 
     void deleteReader_data() {

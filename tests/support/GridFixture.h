@@ -63,6 +63,15 @@ inline QPoint cellCenter(QTableView* view, int row, int column) {
     return view->visualRect(index).center();
 }
 
+// An in-place editor lies over its cell: as high, starting where the cell starts (or further left when
+// the cell is near the right edge), and at least as wide as the part of the cell in view.
+inline bool coversCell(const QWidget* editor, QTableView* view, const QModelIndex& cell) {
+    const QRect e = editor->geometry();
+    const QRect c = view->visualRect(cell);
+    return e.top() == c.top() && e.height() == c.height() && e.left() <= c.left() &&
+           e.right() >= qMin(c.right(), view->viewport()->width() - 1);
+}
+
 inline void click(QTableView* view, int row, int column) {
     QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, cellCenter(view, row, column));
 }
