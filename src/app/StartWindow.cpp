@@ -22,8 +22,10 @@
 #include "records/DataFolder.h"
 #include "records/FolderName.h"
 #include "screens/AccessWindow.h"
+#include "screens/CellEditor.h"
 #include "screens/LocationWindow.h"
 #include "screens/MessageBox.h"
+#include "screens/OverviewWindow.h"
 #include "screens/PlaceholderWindow.h"
 #include "screens/ReaderGrid.h"
 #include "screens/Session.h"
@@ -66,13 +68,14 @@ StartWindow::StartWindow(Session& session, QWidget* parent) : QMainWindow(parent
     addToolBar(Qt::TopToolBarArea, m_buttonRow);
     QPushButton* locaties = addButton(QStringLiteral("locatiebtn"), QStringLiteral("Locaties"));
     QPushButton* personen = addButton(QStringLiteral("persoonbtn"), QStringLiteral("Sleutelhouders"));
+    QPushButton* overzicht = addButton(QStringLiteral("overzichtbtn"), QStringLiteral("Overzicht"));
     QPushButton* wissen = addButton(QStringLiteral("wiscmd"), QStringLiteral("Verwijderen"));
     QPushButton* versie = addButton(QStringLiteral("optiebtn"), QStringLiteral("Versie"));
     auto* spacer = new QWidget(m_buttonRow);
     spacer->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
     m_cmdHelp = addButton(QStringLiteral("CmdHelp"), kHelpCaption);
     QPushButton* einde = addButton(QStringLiteral("cancelbtn"), QStringLiteral("Einde"));
-    for (QPushButton* b : {locaties, personen, wissen, versie}) {
+    for (QPushButton* b : {locaties, personen, overzicht, wissen, versie}) {
         m_buttonRow->addWidget(b);
     }
     m_buttonRow->addWidget(spacer);
@@ -116,6 +119,7 @@ StartWindow::StartWindow(Session& session, QWidget* parent) : QMainWindow(parent
 
     connect(locaties, &QPushButton::clicked, this, &StartWindow::openLocations);
     connect(personen, &QPushButton::clicked, this, [this] { showAccessWindow(0); });
+    connect(overzicht, &QPushButton::clicked, this, &StartWindow::openOverview);
     connect(wissen, &QPushButton::clicked, m_grid, &ReaderGrid::wiscmd_Click);
     connect(poort, &QPushButton::clicked, this, &StartWindow::openPortDialog);
     connect(versie, &QPushButton::clicked, this, [this] {
@@ -145,6 +149,21 @@ StartWindow::~StartWindow() {
     Form_Unload();
     delete m_locations;
     delete m_access;
+    delete m_overview;
+}
+
+OverviewWindow* StartWindow::openOverview() {
+    // What is typed in a cell is saved first: the overview shows the files.
+    m_grid->editor()->commit();
+    if (m_overview) {
+        m_overview->reload();
+    } else {
+        m_overview = new OverviewWindow(m_session, this);
+    }
+    m_overview->show();
+    m_overview->raise();
+    m_overview->activateWindow();
+    return m_overview;
 }
 
 QPushButton* StartWindow::addButton(const QString& objectName, const QString& caption) {

@@ -8,6 +8,7 @@
 
 class AboutDialog;
 class LocationWindow;
+class OverviewWindow;
 class AccessWindow;
 class PlaceholderWindow;
 class PortDialog;
@@ -46,6 +47,8 @@ public:
     // Locatiefrm, modal; a location chosen there becomes the one the reader list shows.
     LocationWindow* openLocations();
     void updateStatusLine();
+    // "Overzicht" of the current location, opened (or brought up and read again) by its button.
+    OverviewWindow* openOverview();
 
 Q_SIGNALS:
     // The window has unloaded: the program ends.
@@ -83,5 +86,6 @@ private:
     QPointer<AboutDialog> m_about;
     QPointer<LocationWindow> m_locations;
     QPointer<AccessWindow> m_access;
+    QPointer<OverviewWindow> m_overview;
     QPointer<QWidget> m_simulatedProbeWindow;
 };

@@ -12,6 +12,7 @@
 #include "screens/AccessGrid.h"
 #include "screens/CellEditor.h"
 #include "screens/MessageBox.h"
+#include "screens/OverviewWindow.h"
 #include "screens/PlaceholderWindow.h"
 #include "screens/Session.h"
 #include "screens/SettingsStore.h"
@@ -37,11 +38,13 @@ AccessWindow::AccessWindow(Session& session, QWidget* parent)
 
     auto* nieuwcmd = new QPushButton(QStringLiteral("Nieuw"), this);
     auto* cancelcmd = new QPushButton(QStringLiteral("Sluiten"), this);
+    auto* overzichtcmd = new QPushButton(QStringLiteral("Overzicht"), this);
+    overzichtcmd->setObjectName(QStringLiteral("overzichtcmd"));
     nieuwcmd->setObjectName(QStringLiteral("Nieuwcmd"));
     m_zoekcmd->setObjectName(QStringLiteral("zoekcmd"));
     m_cmdHelp->setObjectName(QStringLiteral("CmdHelp"));
     cancelcmd->setObjectName(QStringLiteral("cancelcmd"));
-    for (QPushButton* button : {nieuwcmd, m_zoekcmd, m_cmdHelp, cancelcmd}) {
+    for (QPushButton* button : {nieuwcmd, m_zoekcmd, overzichtcmd, m_cmdHelp, cancelcmd}) {
         button->setAutoDefault(false);
     }
 
@@ -51,6 +54,7 @@ AccessWindow::AccessWindow(Session& session, QWidget* parent)
     auto* buttons = new QHBoxLayout;
     buttons->addWidget(nieuwcmd);
     buttons->addWidget(m_zoekcmd);
+    buttons->addWidget(overzichtcmd);
     buttons->addStretch(1);
     buttons->addWidget(m_cmdHelp);
     buttons->addWidget(cancelcmd);
@@ -63,6 +67,7 @@ AccessWindow::AccessWindow(Session& session, QWidget* parent)
         m_zoekcmd->setEnabled(false);
         openDetails(DetailsMode::Search, 0);
     });
+    connect(overzichtcmd, &QPushButton::clicked, this, &AccessWindow::openOverview);
     connect(m_cmdHelp, &QPushButton::clicked, this, &AccessWindow::CmdHelp_Click);
     connect(cancelcmd, &QPushButton::clicked, this, &QWidget::close);
     connect(m_grid, &AccessGrid::detailsRequested, this, [this](int record) {
@@ -76,6 +81,21 @@ AccessWindow::AccessWindow(Session& session, QWidget* parent)
 AccessWindow::~AccessWindow() {
     Form_Unload();
     delete m_details;
+    delete m_overview;
+}
+
+OverviewWindow* AccessWindow::openOverview() {
+    // What is typed in a cell is saved first: the overview shows the files.
+    m_grid->editor()->commit();
+    if (m_overview) {
+        m_overview->reload();
+    } else {
+        m_overview = new OverviewWindow(m_session, this);
+    }
+    m_overview->show();
+    m_overview->raise();
+    m_overview->activateWindow();
+    return m_overview;
 }
 
 void AccessWindow::Form_Load() {

@@ -148,12 +148,14 @@ private Q_SLOTS:
         QTest::newRow("program") << "/usr/bin/vondrel" << kExecutable;
         QTest::newRow("probe tool") << "/usr/bin/vondrel-probe" << kExecutable;
         QTest::newRow("probe simulator") << "/usr/bin/vondrel-sim" << kExecutable;
+        QTest::newRow("report tool") << "/usr/bin/vondrel-report" << kExecutable;
         QTest::newRow("desktop entry") << kDesktopFile << kData;
         QTest::newRow("icon") << kIconFile << kData;
         QTest::newRow("metainfo") << kMetainfoFile << kData;
         QTest::newRow("man page program") << "/usr/share/man/man1/vondrel.1.gz" << kData;
         QTest::newRow("man page probe tool") << "/usr/share/man/man1/vondrel-probe.1.gz" << kData;
         QTest::newRow("man page simulator") << "/usr/share/man/man1/vondrel-sim.1.gz" << kData;
+        QTest::newRow("man page report tool") << "/usr/share/man/man1/vondrel-report.1.gz" << kData;
         QTest::newRow("copyright") << "/usr/share/doc/vondrel/copyright" << kData;
         QTest::newRow("changelog") << "/usr/share/doc/vondrel/changelog.Debian.gz" << kData;
         QTest::newRow("folder") << "/usr/share/man/man1" << kFolder;
@@ -182,7 +184,8 @@ private Q_SLOTS:
         QTest::newRow("version from the project")
             << "Version" << QStringLiteral("^%1-[0-9]+$").arg(QRegularExpression::escape(VONDREL_VERSION));
         QTest::newRow("architecture") << "Architecture" << QStringLiteral("^%1$").arg(architecture);
-        for (const char* library : {"libqt6core6", "libqt6gui6", "libqt6widgets6", "libqt6serialport6"}) {
+        for (const char* library :
+             {"libqt6core6", "libqt6gui6", "libqt6widgets6", "libqt6printsupport6", "libqt6serialport6"}) {
             QTest::newRow(library) << "Depends" << QStringLiteral("(^|, )%1 \\(>= 6\\.").arg(QLatin1String(library));
         }
         QTest::newRow("Qt's own texts in Dutch") << "Recommends"
@@ -224,7 +227,7 @@ private Q_SLOTS:
         QVERIFY2(error.isEmpty(), qPrintable(error));
         QCOMPARE(info.id, kAppId);
         QCOMPARE(QStringLiteral("/usr/share/applications/") + info.launchable, kDesktopFile);
-        QCOMPARE(info.binaries, (QStringList{"vondrel", "vondrel-probe", "vondrel-sim"}));
+        QCOMPARE(info.binaries, (QStringList{"vondrel", "vondrel-probe", "vondrel-sim", "vondrel-report"}));
         for (const QString& binary : info.binaries) {
             QVERIFY2(m_entries.contains(QStringLiteral("/usr/bin/") + binary), qPrintable(binary));
         }
@@ -247,6 +250,7 @@ private Q_SLOTS:
         QTest::newRow("program") << "vondrel";
         QTest::newRow("probe tool") << "vondrel-probe";
         QTest::newRow("probe simulator") << "vondrel-sim";
+        QTest::newRow("report tool") << "vondrel-report";
     }
     void manPageCoversHelp() {
         QFETCH(QString, program);
