@@ -85,7 +85,8 @@ private Q_SLOTS:
         QCOMPARE(out.code, 0);
         QVERIFY(out.out.startsWith("%PDF-"));
         const QString path = m_dir.filePath(QStringLiteral("lezer1.pdf"));
-        const Run file = report({"--home", m_home, "--map", "noord", "--reader", "1", "--format", "pdf", "--output", path});
+        const Run file =
+            report({"--home", m_home, "--map", "noord", "--reader", "1", "--format", "pdf", "--output", path});
         QCOMPARE(file.code, 0);
         QVERIFY(file.out.isEmpty());
         QFile written(path);
@@ -98,7 +99,8 @@ private Q_SLOTS:
         QTest::addColumn<int>("code");
         QTest::addColumn<QString>("message");
         QTest::newRow("no home") << QStringList{"--format", "csv"} << 2 << "--home ontbreekt";
-        QTest::newRow("reader and holder") << QStringList{"@", "--reader", "1", "--holder", "1"} << 2 << "gaan niet samen";
+        QTest::newRow("reader and holder")
+            << QStringList{"@", "--reader", "1", "--holder", "1"} << 2 << "gaan niet samen";
         QTest::newRow("format") << QStringList{"@", "--format", "xls"} << 2 << "text, csv of pdf";
         QTest::newRow("reader 0") << QStringList{"@", "--reader", "0"} << 2 << "nummer vanaf 1";
         QTest::newRow("unknown option") << QStringList{"@", "--lezer", "1"} << 2 << "onbekende optie --lezer";
@@ -108,8 +110,8 @@ private Q_SLOTS:
                                         << "sleutelhouder 6 bestaat niet";
         QTest::newRow("folder outside") << QStringList{"@", "--map", "../noord"} << 2 << "../noord";
         QTest::newRow("missing location") << QStringList{"@", "--map", "zuid"} << 3 << "bestaat niet";
-        QTest::newRow("unwritable output") << QStringList{"@", "--map", "noord", "--output", "/nonexistent/x.txt"} << 3
-                                           << "/nonexistent/x.txt";
+        QTest::newRow("unwritable output")
+            << QStringList{"@", "--map", "noord", "--output", "/nonexistent/x.txt"} << 3 << "/nonexistent/x.txt";
     }
     void refused() {
         QFETCH(QStringList, args);
