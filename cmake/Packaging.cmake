@@ -2,7 +2,7 @@
 # `./dev package` makes of them with cpack.
 include(GNUInstallDirs)
 
-set(VONDREL_PROGRAMS vondrel vondrel-probe vondrel-sim)
+set(VONDREL_PROGRAMS vondrel vondrel-probe vondrel-sim vondrel-report)
 set(VONDREL_APP_ID nl.vondrel.lezers)
 set(packaging_source ${CMAKE_SOURCE_DIR}/packaging)
 set(packaging_build ${CMAKE_BINARY_DIR}/packaging)
@@ -53,7 +53,9 @@ daarna teruggelezen en gecontroleerd. Zonder probe werkt het programma met een
 gesimuleerde probe.
 
 vondrel-probe doet hetzelfde werk aan de probe zonder vensters, voor een
-script; vondrel-sim biedt de gesimuleerde probe aan op een pseudo-terminal.")
+script; vondrel-sim biedt de gesimuleerde probe aan op een pseudo-terminal;
+vondrel-report geeft het overzicht van wie welke deur opent als tekst, CSV
+of PDF.")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)

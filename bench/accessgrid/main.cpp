@@ -1,7 +1,8 @@
 // Times the access window over 10,000 key holders against 128 readers, offscreen: opening it until its
 // grid is painted, the memory that adds, one cell step (two record updates, each with its reader's
 // mark), a sort by name and a repaint of a scrolled viewport. In the same run the same fill through a
-// QTableWidget, an item per cell, is timed as the reference.
+// QTableWidget, an item per cell, is timed as the reference. Then the overview of the same location:
+// opening "Overzicht" until its list is painted, a filter typed, and the CSV of every reader.
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -24,9 +25,11 @@
 #include "probesim/SimulatedProbe.h"
 #include "records/KeyHolderFile.h"
 #include "records/ReaderFile.h"
+#include "reports/OverviewExport.h"
 #include "screens/AccessGrid.h"
 #include "screens/AccessWindow.h"
 #include "screens/MessageBox.h"
+#include "screens/OverviewWindow.h"
 #include "screens/Session.h"
 #include "screens/SettingsStore.h"
 
@@ -352,6 +355,39 @@ int main(int argc, char** argv) {
     const double refAdded = residentMiB() - refRssBefore;
     table.reset();
 
+    // The overview: the files read, both views' lists built, the first reader's 3,333 holders listed.
+    std::vector<Sample> overviewOpens;
+    std::vector<Sample> filters;
+    std::vector<Sample> csvs;
+    qsizetype csvBytes = 0;
+    int overviewRows = 0;
+    for (int run = 0; run < kOpens; ++run) {
+        watch.restart();
+        auto overview = std::make_unique<OverviewWindow>(session);
+        overview->resize(kWindowWidth, kWindowHeight);
+        // Shown means the reader list on the first tab has been drawn.
+        overview->setView(OverviewView::PerReader);
+        QTableView* list = nullptr;
+        for (QTableView* table : overview->findChildren<QTableView*>()) {
+            if (table->model() == overview->listModel(OverviewView::PerReader)) {
+                list = table;
+            }
+        }
+        PaintCounter painted(list->viewport());
+        overview->show();
+        waitForPaint(painted, 0);
+        overviewOpens.push_back(take(watch));
+        overviewRows = overview->listModel(OverviewView::PerHolder)->rowCount() +
+                       overview->grantedModel(OverviewView::PerReader)->rowCount();
+        watch.restart();
+        overview->setFilter(QStringLiteral("jansen"));
+        filters.push_back(take(watch));
+        overview->setFilter(QString());
+        watch.restart();
+        csvBytes = OverviewExport::csv(overview->overview(), OverviewView::PerReader).size();
+        csvs.push_back(take(watch));
+    }
+
     const Sample open = median(opens);
     const Sample step = median(steps);
     const Sample sort = median(sorts);
@@ -367,6 +403,12 @@ int main(int argc, char** argv) {
     line("sort by name, click to repainted, median", sort, verdict(sort.wall <= 100, "<= 100 ms"));
     line("repaint of a scrolled viewport, median", median(repaints),
          QStringLiteral("%1 cells in view").arg(visibleCells));
+    const Sample overviewOpen = median(overviewOpens);
+    std::printf("the overview (\"Overzicht\"):\n");
+    line("open to shown, median of 5", overviewOpen, verdict(overviewOpen.wall < 1000, "< 1 s"));
+    line("first open to shown", overviewOpens.front(), QStringLiteral("%1 rows listed").arg(overviewRows));
+    line("filter \"jansen\" typed, median", median(filters));
+    line("CSV of every reader, median", median(csvs), QStringLiteral("%1 MiB").arg(csvBytes / 1048576.0, 0, 'f', 1));
     std::printf("the reference (QTableWidget, an item per cell):\n");
     line("open to shown", reference,
          QStringLiteral("%1 x the access window").arg(reference.wall / open.wall, 0, 'f', 0));

@@ -23,10 +23,12 @@
 #include "records/DataFolder.h"
 #include "records/FolderName.h"
 #include "screens/AccessWindow.h"
+#include "screens/CellEditor.h"
 #include "screens/ChangeLogWindow.h"
 #include "screens/LocationWindow.h"
 #include "screens/MessageBox.h"
 #include "screens/Mnemonics.h"
+#include "screens/OverviewWindow.h"
 #include "screens/PlaceholderWindow.h"
 #include "screens/ReaderGrid.h"
 #include "screens/ReaderListModel.h"
@@ -71,6 +73,7 @@ StartWindow::StartWindow(Session& session, QWidget* parent) : QMainWindow(parent
     addToolBar(Qt::TopToolBarArea, m_buttonRow);
     QPushButton* locaties = addButton(QStringLiteral("locatiebtn"), QStringLiteral("Locaties"));
     QPushButton* personen = addButton(QStringLiteral("persoonbtn"), QStringLiteral("Sleutelhouders"));
+    QPushButton* overzicht = addButton(QStringLiteral("overzichtbtn"), QStringLiteral("Overzicht"));
     QPushButton* wissen = addButton(QStringLiteral("wiscmd"), QStringLiteral("Verwijderen"));
     QPushButton* logboek = addButton(QStringLiteral("logboekbtn"), QStringLiteral("Logboek"));
     QPushButton* versie = addButton(QStringLiteral("optiebtn"), QStringLiteral("Versie"));
@@ -78,7 +81,7 @@ StartWindow::StartWindow(Session& session, QWidget* parent) : QMainWindow(parent
     spacer->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
     m_cmdHelp = addButton(QStringLiteral("CmdHelp"), kHelpCaption);
     QPushButton* einde = addButton(QStringLiteral("cancelbtn"), QStringLiteral("Einde"));
-    for (QPushButton* b : {locaties, personen, wissen, logboek, versie}) {
+    for (QPushButton* b : {locaties, personen, overzicht, wissen, logboek, versie}) {
         m_buttonRow->addWidget(b);
     }
     m_buttonRow->addWidget(spacer);
@@ -122,6 +125,7 @@ StartWindow::StartWindow(Session& session, QWidget* parent) : QMainWindow(parent
 
     connect(locaties, &QPushButton::clicked, this, &StartWindow::openLocations);
     connect(personen, &QPushButton::clicked, this, [this] { showAccessWindow(0); });
+    connect(overzicht, &QPushButton::clicked, this, &StartWindow::openOverview);
     connect(wissen, &QPushButton::clicked, m_grid, &ReaderGrid::wiscmd_Click);
     connect(logboek, &QPushButton::clicked, this, &StartWindow::openChangeLog);
     connect(poort, &QPushButton::clicked, this, &StartWindow::openPortDialog);
@@ -154,6 +158,21 @@ StartWindow::~StartWindow() {
     delete m_locations;
     delete m_access;
     delete m_changeLog;
+    delete m_overview;
+}
+
+OverviewWindow* StartWindow::openOverview() {
+    // What is typed in a cell is saved first: the overview shows the files.
+    m_grid->editor()->commit();
+    if (m_overview) {
+        m_overview->reload();
+    } else {
+        m_overview = new OverviewWindow(m_session, this);
+    }
+    m_overview->show();
+    m_overview->raise();
+    m_overview->activateWindow();
+    return m_overview;
 }
 
 QPushButton* StartWindow::addButton(const QString& objectName, const QString& caption) {

@@ -8,6 +8,7 @@
 
 class AboutDialog;
 class LocationWindow;
+class OverviewWindow;
 class AccessWindow;
 class ChangeLogWindow;
 class PlaceholderWindow;
@@ -49,6 +50,8 @@ public:
     void updateStatusLine();
     // logboekfrm: the current location's change log, newest first.
     ChangeLogWindow* openChangeLog();
+    // "Overzicht" of the current location, opened (or brought up and read again) by its button.
+    OverviewWindow* openOverview();
 
 Q_SIGNALS:
     // The window has unloaded: the program ends.
@@ -87,5 +90,6 @@ private:
     QPointer<LocationWindow> m_locations;
     QPointer<AccessWindow> m_access;
     QPointer<ChangeLogWindow> m_changeLog;
+    QPointer<OverviewWindow> m_overview;
     QPointer<QWidget> m_simulatedProbeWindow;
 };

@@ -24,3 +24,14 @@ Reader Reader::defaultRecord(const QDate& today) {
 QString datumText(const QDate& date) {
     return date.toString(QStringLiteral("dd-MM-yy"));
 }
+
+QString ledText(quint8 mode) {
+    if (!(mode & Reader::kModeExternal)) {
+        return QStringLiteral("Intern");
+    }
+    return (mode & Reader::kModeNotInverted) ? QStringLiteral("Extern") : QStringLiteral("Extern Invers");
+}
+
+QString relayText(quint8 mode) {
+    return (mode & Reader::kModeHold) ? QStringLiteral("Houd") : QStringLiteral("Tijd");
+}

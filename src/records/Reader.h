@@ -44,5 +44,10 @@ public:
     static Reader defaultRecord(const QDate& today);
 };
 
+// "Intern", "Extern" or "Extern Invers" for a mode byte.
+QString ledText(quint8 mode);
+// "Houd" or "Tijd" for a mode byte.
+QString relayText(quint8 mode);
+
 // "dd-mm-yy", the date format of every date field.
 QString datumText(const QDate& date);

@@ -13,6 +13,7 @@
 #include "screens/CellEditor.h"
 #include "screens/MessageBox.h"
 #include "screens/Mnemonics.h"
+#include "screens/OverviewWindow.h"
 #include "screens/Session.h"
 #include "screens/SettingsStore.h"
 
@@ -37,11 +38,13 @@ AccessWindow::AccessWindow(Session& session, QWidget* parent)
 
     auto* nieuwcmd = new QPushButton(QStringLiteral("Nieuw"), this);
     auto* cancelcmd = new QPushButton(QStringLiteral("Sluiten"), this);
+    auto* overzichtcmd = new QPushButton(QStringLiteral("Overzicht"), this);
+    overzichtcmd->setObjectName(QStringLiteral("overzichtcmd"));
     nieuwcmd->setObjectName(QStringLiteral("Nieuwcmd"));
     m_zoekcmd->setObjectName(QStringLiteral("zoekcmd"));
     m_cmdHelp->setObjectName(QStringLiteral("CmdHelp"));
     cancelcmd->setObjectName(QStringLiteral("cancelcmd"));
-    for (QPushButton* button : {nieuwcmd, m_zoekcmd, m_cmdHelp, cancelcmd}) {
+    for (QPushButton* button : {nieuwcmd, m_zoekcmd, overzichtcmd, m_cmdHelp, cancelcmd}) {
         button->setAutoDefault(false);
     }
 
@@ -51,6 +54,7 @@ AccessWindow::AccessWindow(Session& session, QWidget* parent)
     auto* buttons = new QHBoxLayout;
     buttons->addWidget(nieuwcmd);
     buttons->addWidget(m_zoekcmd);
+    buttons->addWidget(overzichtcmd);
     buttons->addStretch(1);
     buttons->addWidget(m_cmdHelp);
     buttons->addWidget(cancelcmd);
@@ -60,6 +64,7 @@ AccessWindow::AccessWindow(Session& session, QWidget* parent)
 
     connect(nieuwcmd, &QPushButton::clicked, this, [this] { openDetails(DetailsMode::New, currentRecord()); });
     connect(m_zoekcmd, &QPushButton::clicked, this, [this] { openDetails(DetailsMode::Search, 0); });
+    connect(overzichtcmd, &QPushButton::clicked, this, &AccessWindow::openOverview);
     connect(m_cmdHelp, &QPushButton::clicked, this, &AccessWindow::CmdHelp_Click);
     connect(cancelcmd, &QPushButton::clicked, this, &QWidget::close);
     connect(m_grid, &AccessGrid::detailsRequested, this, [this](int record) {
@@ -74,6 +79,21 @@ AccessWindow::AccessWindow(Session& session, QWidget* parent)
 AccessWindow::~AccessWindow() {
     Form_Unload();
     delete m_details;
+    delete m_overview;
+}
+
+OverviewWindow* AccessWindow::openOverview() {
+    // What is typed in a cell is saved first: the overview shows the files.
+    m_grid->editor()->commit();
+    if (m_overview) {
+        m_overview->reload();
+    } else {
+        m_overview = new OverviewWindow(m_session, this);
+    }
+    m_overview->show();
+    m_overview->raise();
+    m_overview->activateWindow();
+    return m_overview;
 }
 
 void AccessWindow::Form_Load() {

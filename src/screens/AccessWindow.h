@@ -7,6 +7,7 @@
 #include "screens/DetailsWindow.h"
 
 class AccessGrid;
+class OverviewWindow;
 class QListWidget;
 class QPushButton;
 class Session;
@@ -29,6 +30,9 @@ public:
     AccessGrid* grid() const { return m_grid; }
     // The details window while it is open.
     DetailsWindow* details() const { return m_details; }
+
+    // "Overzicht" of this location, opened (or brought up and read again) by its button.
+    OverviewWindow* openOverview();
 
     // Reader number n (from 1) in view with its full name over its heading; call once shown.
     void showReader(int readerNumber);
@@ -61,6 +65,7 @@ private:
     QPushButton* m_zoekcmd;
     QPushButton* m_cmdHelp;
     QPointer<DetailsWindow> m_details;
+    QPointer<OverviewWindow> m_overview;
     // The grid was filled by the load; the first activation need not read the files again.
     bool m_freshFromLoad = false;
     // toprow as this window last read or wrote it. Only a value some other window stored moves the

@@ -94,17 +94,6 @@ Result<std::optional<Reader>> saveReaderRow(const ReaderFile& file, const Reader
     return std::optional<Reader>(saved.value);
 }
 
-QString ledText(quint8 mode) {
-    if (!(mode & Reader::kModeExternal)) {
-        return QStringLiteral("Intern");
-    }
-    return (mode & Reader::kModeNotInverted) ? QStringLiteral("Extern") : QStringLiteral("Extern Invers");
-}
-
-QString relayText(quint8 mode) {
-    return (mode & Reader::kModeHold) ? QStringLiteral("Houd") : QStringLiteral("Tijd");
-}
-
 quint8 modeByte(const QString& led, const QString& relay) {
     quint8 mode = Reader::kModeAlways;
     if (relay == QLatin1String("Houd")) {

@@ -45,10 +45,6 @@ Result<ReaderRowChange> readerRowChange(const ReaderRow& row, const QDate& today
 Result<std::optional<Reader>> saveReaderRow(const ReaderFile& file, const ReaderRow& row, const QDate& today,
                                             const LoadedRecord& loaded = {});
 
-// "Intern", "Extern" or "Extern Invers" for a mode byte.
-QString ledText(quint8 mode);
-// "Houd" or "Tijd" for a mode byte.
-QString relayText(quint8 mode);
 // The mode byte the reader list stores for an LED text and a relay text: 2, plus 4 for "Houd", plus 8
 // when the LED text starts with "Extern", plus 16 when it does not end with "Invers".
 quint8 modeByte(const QString& led, const QString& relay);

@@ -113,7 +113,7 @@ private Q_SLOTS:
     void contents_data() {
         QTest::addColumn<QString>("path");
         QTest::addColumn<QString>("mode");
-        for (const char* program : {"vondrel", "vondrel-probe", "vondrel-sim"}) {
+        for (const char* program : {"vondrel", "vondrel-probe", "vondrel-sim", "vondrel-report"}) {
             QTest::addRow("%s", program) << QStringLiteral("/usr/bin/%1").arg(program) << kExecutable;
             QTest::addRow("man page %s", program)
                 << QStringLiteral("/usr/share/man/man1/%1.1.gz").arg(program) << kData;
@@ -149,7 +149,8 @@ private Q_SLOTS:
         QTest::newRow("version from the project")
             << "Version" << QStringLiteral("^%1-[0-9]+$").arg(QRegularExpression::escape(VONDREL_VERSION));
         QTest::newRow("architecture") << "Architecture" << QStringLiteral("^%1$").arg(architecture);
-        for (const char* library : {"libqt6core6", "libqt6gui6", "libqt6widgets6", "libqt6serialport6"}) {
+        for (const char* library :
+             {"libqt6core6", "libqt6gui6", "libqt6widgets6", "libqt6printsupport6", "libqt6serialport6"}) {
             QTest::newRow(library) << "Depends" << QStringLiteral("(^|, )%1 \\(>= 6\\.").arg(QLatin1String(library));
         }
         QTest::newRow("Qt's own texts in Dutch") << "Recommends"
@@ -190,7 +191,8 @@ private Q_SLOTS:
         const QString xml = fileText(m_root + kMetainfoFile);
         QCOMPARE(metainfoTexts(xml, "id"), QStringList{kAppId});
         QCOMPARE(metainfoTexts(xml, "launchable"), QStringList{kDesktopFile.section(QLatin1Char('/'), -1)});
-        QCOMPARE(metainfoTexts(xml, "binary"), (QStringList{"vondrel", "vondrel-probe", "vondrel-sim"}));
+        QCOMPARE(metainfoTexts(xml, "binary"),
+                 (QStringList{"vondrel", "vondrel-probe", "vondrel-sim", "vondrel-report"}));
         for (const QString& binary : metainfoTexts(xml, "binary")) {
             QVERIFY2(m_entries.contains(QStringLiteral("/usr/bin/") + binary), qPrintable(binary));
         }
@@ -210,6 +212,7 @@ private Q_SLOTS:
         QTest::newRow("program") << "vondrel";
         QTest::newRow("probe tool") << "vondrel-probe";
         QTest::newRow("probe simulator") << "vondrel-sim";
+        QTest::newRow("report tool") << "vondrel-report";
     }
     void manPageCoversHelp() {
         QFETCH(QString, program);
