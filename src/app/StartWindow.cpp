@@ -87,6 +87,14 @@ StartWindow::StartWindow(Session& session, QWidget* parent) : QMainWindow(parent
     m_buttonRow->addWidget(spacer);
     m_buttonRow->addWidget(m_cmdHelp);
     m_buttonRow->addWidget(einde);
+    // Buttons as wide as their captions ("X Help" the widest Help gets), so the whole row fits the
+    // window's first width; no narrower window hides the last ones behind the bar's arrow.
+    for (QPushButton* b : {locaties, personen, overzicht, wissen, logboek, versie, m_cmdHelp, einde}) {
+        const QString widest = b == m_cmdHelp ? kHelpShownCaption : b->text();
+        b->setMinimumWidth(b->fontMetrics().horizontalAdvance(widest) + 14);
+        b->setMaximumWidth(b->minimumWidth());
+    }
+    setMinimumWidth(m_buttonRow->sizeHint().width());
 
     m_grid = new ReaderGrid(m_session, central);
     // The chosen location's name heads the list; without a location there is no heading.
@@ -287,7 +295,7 @@ void StartWindow::Form_Unload() {
     }
     m_session.dowIo().shutdown();
     for (QWidget* window : std::initializer_list<QWidget*>{m_portDialog, m_about, m_locations, m_access, m_changeLog,
-                                                           m_simulatedProbeWindow}) {
+                                                           m_overview, m_simulatedProbeWindow}) {
         if (window) {
             window->close();
         }

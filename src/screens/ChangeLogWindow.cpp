@@ -12,6 +12,7 @@
 #include <QVBoxLayout>
 
 #include "records/ChangeLog.h"
+#include "screens/Mnemonics.h"
 #include "screens/Session.h"
 #include "screens/WindowSettings.h"
 
@@ -64,6 +65,7 @@ ChangeLogWindow::ChangeLogWindow(Session& session, QWidget* parent)
         updateCount();
     });
     connect(sluiten, &QPushButton::clicked, this, &QWidget::close);
+    Mnemonics::assign(this);
 
     WindowSettings::restoreGeometry(this, m_session.settings(), kSection);
     laden();

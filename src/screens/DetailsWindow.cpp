@@ -13,6 +13,7 @@
 #include "programming/KeyCode.h"
 #include "screens/KeyHolderDetails.h"
 #include "screens/MessageBox.h"
+#include "screens/Mnemonics.h"
 #include "screens/Session.h"
 #include "screens/SettingsStore.h"
 #include "screens/Ticker.h"
@@ -133,6 +134,8 @@ DetailsWindow::DetailsWindow(Session& session, Mode mode, int record, QWidget* p
     connect(m_applycmd, &QPushButton::clicked, this, &DetailsWindow::Applycmd_Click);
     connect(m_romcmd, &QPushButton::clicked, this, &DetailsWindow::romcmd_Click);
     connect(m_wiscmd, &QPushButton::clicked, this, &DetailsWindow::wiscmd_Click);
+
+    Mnemonics::assign(this);
 
     // Until a record is read, "Nieuw" starts from a clean record: text blanks and both maps empty.
     m_file.current() = KeyHolder::blank();

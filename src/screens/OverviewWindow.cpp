@@ -19,6 +19,7 @@
 #include "reports/OverviewPrint.h"
 #include "screens/FileDialogs.h"
 #include "screens/MessageBox.h"
+#include "screens/Mnemonics.h"
 #include "screens/Session.h"
 #include "screens/SettingsStore.h"
 #include "screens/WindowSettings.h"
@@ -121,6 +122,7 @@ OverviewWindow::OverviewWindow(Session& session, QWidget* parent)
     connect(pdfcmd, &QPushButton::clicked, this, &OverviewWindow::pdfcmd_Click);
     connect(csvcmd, &QPushButton::clicked, this, &OverviewWindow::csvcmd_Click);
     connect(cancelcmd, &QPushButton::clicked, this, &QWidget::close);
+    Mnemonics::assign(this);
 
     WindowSettings::restoreGeometry(this, m_session.settings(), kSection);
     reload();

@@ -53,7 +53,7 @@ QString SettingsStore::get(const QString& section, const QString& key, const QSt
 }
 
 bool SettingsStore::contains(const QString& section, const QString& key) const {
-    return m_settings->contains(keyPath(section, key));
+    return !spellings(section, key).isEmpty();
 }
 
 void SettingsStore::save(const QString& section, const QString& key, const QString& value) {

@@ -383,9 +383,10 @@ private Q_SLOTS:
     void everyButtonHasAnAltLetter_data() {
         QTest::addColumn<QString>("window");
         QTest::addColumn<QStringList>("captions");
-        QTest::newRow("startfrm") << "startfrm" << QStringList{"Locaties", "Sleutelhouders", "Verwijderen", "Versie",
-                                                               "Help",     "Einde",          "Poort...",    "Probe..."};
-        QTest::newRow("sleutelfrm") << "sleutelfrm" << QStringList{" Zoeken", "Help", "Nieuw", "Sluiten"};
+        QTest::newRow("startfrm") << "startfrm"
+                                  << QStringList{"Locaties", "Sleutelhouders", "Overzicht", "Verwijderen", "Logboek",
+                                                 "Versie",   "Help",           "Einde",     "Poort...",    "Probe..."};
+        QTest::newRow("sleutelfrm") << "sleutelfrm" << QStringList{" Zoeken", "Help", "Nieuw", "Overzicht", "Sluiten"};
         QTest::newRow("Locatiefrm") << "Locatiefrm" << QStringList{"Wissen"};
     }
     void everyButtonHasAnAltLetter() {
