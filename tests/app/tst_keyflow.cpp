@@ -32,6 +32,10 @@ private Q_SLOTS:
     }
     void clickingTheMarkWritesTheKeyAndClearsTheMark() {
         QFETCH(QString, button);
+        // Declared before the fixture, so they outlive the program: its simulated probe reads the clock
+        // until the program is gone.
+        ManualClock clock;
+        ManualTicks ticks(clock);
         AppFixture fx;
         const QString folder = fx.bestanden();
         QDir().mkpath(folder);
@@ -57,8 +61,6 @@ private Q_SLOTS:
         CommandLine commandLine;
         commandLine.home = fx.home();
         commandLine.simulate = true;
-        ManualClock clock;
-        ManualTicks ticks(clock);
         fx.app = std::make_unique<Application>(commandLine, fx.ini(), clock, &ticks);
         StartWindow& window = fx.app->mainWindow();
         QWidget* simulation = fx.app->simulatedProbeWindow();
