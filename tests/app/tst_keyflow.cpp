@@ -69,6 +69,10 @@ private Q_SLOTS:
     void clickingTheMarkWritesTheKeyAndClearsTheMark() {
         QFETCH(QString, button);
         const bool worn = button.isEmpty();
+        // Declared before the fixture, so they outlive the program: its simulated probe reads the clock
+        // until the program is gone.
+        ManualClock clock;
+        ManualTicks ticks(clock);
         AppFixture fx;
         const QString folder = fx.bestanden();
         QDir().mkpath(folder);
@@ -94,8 +98,6 @@ private Q_SLOTS:
         CommandLine commandLine;
         commandLine.home = fx.home();
         commandLine.simulate = true;
-        ManualClock clock;
-        ManualTicks ticks(clock);
         fx.app = std::make_unique<Application>(commandLine, fx.ini(), clock, &ticks);
         StartWindow& window = fx.app->mainWindow();
         QWidget* simulation = fx.app->simulatedProbeWindow();
@@ -169,6 +171,9 @@ private Q_SLOTS:
     // A new holder's key taken from the probe, the holder granted reader 1, and reader 1's programming key
     // carries the code's first four characters in list A.
     void newHolderFromProbeToProgrammingKey() {
+        // Before the fixture, so they outlive the program (see above).
+        ManualClock clock;
+        ManualTicks ticks(clock);
         AppFixture fx;
         const QString folder = fx.bestanden();
         QDir().mkpath(folder);
@@ -180,8 +185,6 @@ private Q_SLOTS:
         CommandLine commandLine;
         commandLine.home = fx.home();
         commandLine.simulate = true;
-        ManualClock clock;
-        ManualTicks ticks(clock);
         fx.app = std::make_unique<Application>(commandLine, fx.ini(), clock, &ticks);
         StartWindow& window = fx.app->mainWindow();
         QWidget* simulation = fx.app->simulatedProbeWindow();
