@@ -399,9 +399,8 @@ private Q_SLOTS:
         QTest::addColumn<bool>("folderExists");
         QTest::addColumn<int>("key");  // 0: a click on the number; else that key on it
         const auto row = [](const char* name, const QString& location, const QString& map, const QString& folder,
-                            bool folderExists, int key) {
-            QTest::newRow(name) << location << map << folder << folderExists << key;
-        };
+                            bool folderExists,
+                            int key) { QTest::newRow(name) << location << map << folder << folderExists << key; };
         row("empty Map: the name's first 12 characters", "Kantoor Ede Zuid", "", "Kantoor Ede", false, 0);
         row("a Map of its own, folder there", "Magazijn", "mag", "mag", true, 0);
         row("a Map of its own, folder made", "Magazijn", "mag2", "mag2", false, 0);
