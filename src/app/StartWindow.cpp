@@ -172,15 +172,7 @@ StartWindow::~StartWindow() {
 OverviewWindow* StartWindow::openOverview() {
     // What is typed in a cell is saved first: the overview shows the files.
     m_grid->editor()->commit();
-    if (m_overview) {
-        m_overview->reload();
-    } else {
-        m_overview = new OverviewWindow(m_session, this);
-    }
-    m_overview->show();
-    m_overview->raise();
-    m_overview->activateWindow();
-    return m_overview;
+    return OverviewWindow::bringUp(m_overview, m_session, this);
 }
 
 QPushButton* StartWindow::addButton(const QString& objectName, const QString& caption) {

@@ -33,6 +33,11 @@ Status FolderLock::lock(const QString& forFile) {
             return {};
         }
         const int error = errno;
+        // A folder nobody may write in holds no lock and needs none: no program can rewrite a file there,
+        // and a record written in place is still compared with what was loaded before it goes.
+        if (m_file.error() != QLockFile::LockFailedError && !QFileInfo(QFileInfo(m_path).absolutePath()).isWritable()) {
+            return {};
+        }
         if (m_file.error() == QLockFile::PermissionError) {
             return FileError::write(forFile, PlainFile::systemText(error != 0 ? error : EACCES));
         }

@@ -192,6 +192,18 @@ OverviewTableModel* OverviewWindow::withdrawnModel(OverviewView view) const {
     return page(view).withdrawn;
 }
 
+OverviewWindow* OverviewWindow::bringUp(QPointer<OverviewWindow>& window, Session& session, QWidget* parent) {
+    if (window) {
+        window->reload();
+    } else {
+        window = new OverviewWindow(session, parent);
+    }
+    window->show();
+    window->raise();
+    window->activateWindow();
+    return window;
+}
+
 void OverviewWindow::reload() {
     const QString location = locationNameOf(m_session.bestandenFolder(), m_session.subdir);
     Result<Overview> loaded = Overview::load(m_session.dataFolder(), location);

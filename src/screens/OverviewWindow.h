@@ -2,6 +2,7 @@
 
 #include <QAbstractTableModel>
 #include <QDate>
+#include <QPointer>
 #include <QWidget>
 
 #include "reports/Overview.h"
@@ -39,6 +40,8 @@ class OverviewWindow : public QWidget {
 
 public:
     explicit OverviewWindow(Session& session, QWidget* parent = nullptr);
+    // The window held in window, made when there is none yet, read again when there is, and brought up.
+    static OverviewWindow* bringUp(QPointer<OverviewWindow>& window, Session& session, QWidget* parent);
     ~OverviewWindow() override;
 
     // Reads the files again; a file that cannot be read is shown as a message and leaves the lists empty.

@@ -28,7 +28,9 @@ void fromRom(const QByteArray& rom, bool findHolder) {
     file.current().setSleutelcode(stored);
     fuzz::expectOk(file.write(2), "a key holder could not be written");
     const Result<int> found = file.findByKeyCode(stored);
-    fuzz::expect(found.ok() && found.value == 2, "the holder of a key is not found by its code:", stored);
+    // A key whose serial is all zeros reads as no key, and no key finds no holder.
+    const int holder = KeyHolder::plainKeyCode(stored).isEmpty() ? 0 : 2;
+    fuzz::expect(found.ok() && found.value == holder, "the holder of a key is not found by its code:", stored);
 }
 
 void fromText(const QString& text) {

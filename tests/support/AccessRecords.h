@@ -53,12 +53,12 @@ inline QByteArray holder(const HolderSpec& h) {
 
 inline bool writeFolder(const QString& folder, const QList<ReaderSpec>& readers, const QList<HolderSpec>& holders) {
     QByteArray r;
-    for (const ReaderSpec& spec : readers) {
-        r += reader(spec);
+    for (const ReaderSpec& wanted : readers) {
+        r += reader(wanted);
     }
     QByteArray h;
-    for (const HolderSpec& spec : holders) {
-        h += holder(spec);
+    for (const HolderSpec& wanted : holders) {
+        h += holder(wanted);
     }
     return QDir().mkpath(folder) && fixtures::writeFile(QDir(folder).filePath(QStringLiteral("autonoom.bst")), r) &&
            fixtures::writeFile(QDir(folder).filePath(QStringLiteral("asleutel.bst")), h);
