@@ -51,6 +51,18 @@ void touch(QWidget* simulation, const char* button) {
     QTest::mouseClick(simulation->windowHandle(), Qt::LeftButton, {}, key->mapTo(simulation, key->rect().center()));
 }
 
+// The program on the fixture's folder with the simulated probe, its main window and the probe's own
+// window shown.
+bool startSimulated(AppFixture& fx, ManualClock& clock, ManualTicks& ticks) {
+    CommandLine commandLine;
+    commandLine.home = fx.home();
+    commandLine.simulate = true;
+    fx.app = std::make_unique<Application>(commandLine, fx.ini(), clock, &ticks);
+    fx.app->mainWindow().show();
+    fx.app->simulatedProbeWindow()->show();
+    return QTest::qWaitForWindowExposed(fx.app->simulatedProbeWindow());
+}
+
 }  // namespace
 
 class TestKeyFlow : public QObject {
@@ -95,15 +107,9 @@ private Q_SLOTS:
             VERIFY_OK(holders.write(i));
         }
 
-        CommandLine commandLine;
-        commandLine.home = fx.home();
-        commandLine.simulate = true;
-        fx.app = std::make_unique<Application>(commandLine, fx.ini(), clock, &ticks);
+        QVERIFY(startSimulated(fx, clock, ticks));
         StartWindow& window = fx.app->mainWindow();
         QWidget* simulation = fx.app->simulatedProbeWindow();
-        window.show();
-        simulation->show();
-        QVERIFY(QTest::qWaitForWindowExposed(simulation));
         window.activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(&window));
 
@@ -182,15 +188,9 @@ private Q_SLOTS:
         reader.setLezerkode(QStringLiteral("1A2B3C"));
         VERIFY_OK(ReaderFile(folder).write(1, reader));
 
-        CommandLine commandLine;
-        commandLine.home = fx.home();
-        commandLine.simulate = true;
-        fx.app = std::make_unique<Application>(commandLine, fx.ini(), clock, &ticks);
+        QVERIFY(startSimulated(fx, clock, ticks));
         StartWindow& window = fx.app->mainWindow();
         QWidget* simulation = fx.app->simulatedProbeWindow();
-        window.show();
-        simulation->show();
-        QVERIFY(QTest::qWaitForWindowExposed(simulation));
         // The file starts with the one all-zero record a new folder gets: the new holder is number 2.
         QCOMPARE(KeyHolderFile(folder).count().value, 1);
 
